@@ -1,0 +1,77 @@
+// The file seam. Paths are composed with backslashes throughout the system and
+// written into generated files as they are; on systems whose separator is "/",
+// this layer maps every backslash to a slash at the moment it touches the file
+// system, and nowhere else.
+//
+// Statuses are 0 on success, otherwise an errno value (ENOENT, EEXIST, EACCES, ...).
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// The directory separator of this platform: '\\' on Windows, '/' elsewhere.
+[[nodiscard]] char PathSeparator();
+
+// The path as the file system wants it.
+[[nodiscard]] std::string NativePath(const std::string& path);
+
+struct FileCloser {
+  void operator()(std::FILE* file) const;
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+// fopen through the path mapping; null on failure (errno tells why).
+[[nodiscard]] File OpenFile(const std::string& path, const char* mode);
+
+[[nodiscard]] bool FileExists(const std::string& path);       // a regular file
+[[nodiscard]] bool DirectoryExists(const std::string& path);
+[[nodiscard]] int RemoveFile(const std::string& path);
+// Creates one directory; EEXIST when it exists, ENOENT when its parent does not.
+[[nodiscard]] int MakeDirectory(const std::string& path);
+// Renames, replacing an existing target.
+[[nodiscard]] int RenameFile(const std::string& from, const std::string& to);
+
+[[nodiscard]] int ReadFileContents(const std::string& path, std::string* contents);
+// Replaces the file whole and atomically (see AtomicFile).
+[[nodiscard]] int ReplaceFileContents(const std::string& path, std::string_view contents);
+
+// A file written beside its target and renamed over it once complete, so that a
+// crash or a full disk at any moment leaves the old file or the new one, never a
+// truncated one. Destroying an AtomicFile that was not committed removes the
+// temporary file and leaves the target as it was.
+class AtomicFile {
+ public:
+  AtomicFile() = default;
+  AtomicFile(const AtomicFile&) = delete;
+  AtomicFile& operator=(const AtomicFile&) = delete;
+  ~AtomicFile();
+
+  // Creates the temporary file for `target`; its stream is then open for writing.
+  [[nodiscard]] int Open(const std::string& target);
+  [[nodiscard]] std::FILE* stream() const { return stream_.get(); }
+  [[nodiscard]] const std::string& temporary_path() const { return temporary_; }
+  // Flushes, syncs, closes and renames over the target.
+  [[nodiscard]] int Commit();
+  // Closes and removes the temporary file; the target is untouched.
+  void Discard();
+
+ private:
+  std::string target_;
+  std::string temporary_;
+  File stream_;
+};
+
+// System calls that tests replace to inject faults (a failing write, rename or
+// sync). Each answers 0 or an errno value.
+struct FileSystemCalls {
+  int (*rename)(const std::string& native_from, const std::string& native_to);
+  int (*sync)(std::FILE* file);
+};
+// Replaces the calls (null restores the real ones); answers the previous table.
+FileSystemCalls SetFileSystemCallsForTesting(const FileSystemCalls* calls);
+
+}  // namespace platform

@@ -1,0 +1,2 @@
+// Placeholder; replaced by the registry file reader.
+#pragma once
