@@ -1,1 +1,25 @@
-// placeholder
+#include "framework/product_dirs.h"
+
+#include <cstdlib>
+
+#include "platform/files.h"
+
+namespace VFW::Util {
+
+bool getMarloxHomeDir(std::string* home) {
+  const char* value = std::getenv("MARLOX_HOME");
+  if (value == nullptr || *value == '\0') return false;
+  *home = value;
+  const char separator = platform::PathSeparator();
+  if (home->back() != separator) home->push_back(separator);
+  return true;
+}
+
+bool getMarloxConfigDir(const std::string& /*product*/, std::string* directory) {
+  std::string home;
+  if (!getMarloxHomeDir(&home)) return false;
+  *directory = home + "ORVAGT6_x64" + platform::PathSeparator();
+  return true;
+}
+
+}  // namespace VFW::Util

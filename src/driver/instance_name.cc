@@ -1,0 +1,37 @@
+#include "driver/instance_name.h"
+
+#include <cstdio>
+#include <string_view>
+
+#include "driver/report.h"
+#include "framework/trace.h"
+
+namespace driver {
+
+bool getInstanceName(const char* msn, std::string* instanceName) {
+  instanceName->clear();
+  if (msn == nullptr) return false;
+  const std::string_view text(msn);
+  const size_t first = text.find(':');
+  if (first == std::string_view::npos || first + 1 == text.size()) {
+    REPORT_ERROR("Invalid MSN format: %s", msn);
+    return false;
+  }
+  if (text.find(':', first + 1) != std::string_view::npos) {
+    *instanceName = text.substr(0, first);
+  }
+  return true;
+}
+
+int doGetInstance(const char* msn) {
+  Ras1Scope trace("doGetInstance");
+  std::string instance;
+  if (!getInstanceName(msn, &instance)) {
+    REPORT_ERROR("Invalid format for MSN: %s.", msn != nullptr ? msn : "(null)");
+    return 2;
+  }
+  std::printf("%s\n", instance.c_str());
+  return 0;
+}
+
+}  // namespace driver

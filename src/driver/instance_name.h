@@ -1,0 +1,18 @@
+// Managed system names (MSN) and the agent instance names derived from them.
+#pragma once
+
+#include <string>
+
+namespace driver {
+
+// Derives the agent instance name from an MSN such as "inst1:host:X": the text
+// before the first colon when there are two colons or more, the default
+// instance ("") when there is one. False for an absent MSN (silently) and for
+// one without a colon or ending in its only colon (reported).
+[[nodiscard]] bool getInstanceName(const char* msn, std::string* instanceName);
+
+// The -i operation: prints the instance name and a newline; 0, or 2 when the
+// MSN is not accepted.
+[[nodiscard]] int doGetInstance(const char* msn);
+
+}  // namespace driver

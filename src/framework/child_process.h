@@ -1,0 +1,55 @@
+// A child process with its three standard streams, as the operations use it:
+// start, write and close its input, wait, then read what it wrote.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/process.h"
+
+namespace VFW {
+
+class Process {
+ public:
+  class InputPipe {  // the child's standard input, written by us
+   public:
+    [[nodiscard]] bool write(std::string_view data);
+    void close();
+
+   private:
+    friend class Process;
+    platform::Process* child_ = nullptr;
+  };
+
+  class OutputPipe {  // the child's standard output or error, read by us
+   public:
+    // Up to `size` bytes into `buffer`; 0 or less at the end.
+    [[nodiscard]] int read(char* buffer, int size);
+
+   private:
+    friend class Process;
+    platform::Process* child_ = nullptr;
+    bool errors_ = false;
+  };
+
+  Process(std::string program, std::vector<std::string> arguments);
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+
+  [[nodiscard]] bool start();
+  [[nodiscard]] InputPipe& getStdIn() { return stdin_; }
+  [[nodiscard]] OutputPipe& getStdOut() { return stdout_; }
+  [[nodiscard]] OutputPipe& getStdErr() { return stderr_; }
+  // Waits for the child to end and stores its exit code.
+  [[nodiscard]] bool wait(int* exitCode);
+
+ private:
+  std::unique_ptr<platform::Process> child_;
+  InputPipe stdin_;
+  OutputPipe stdout_;
+  OutputPipe stderr_;
+};
+
+}  // namespace VFW

@@ -1,0 +1,86 @@
+#include "support/config_log.h"
+
+#include <cstdarg>
+#include <ctime>
+#include <vector>
+
+namespace support {
+
+int ConfigLog::OpenLog(const std::string& path) {
+  log_name_ = path;
+  log_ = platform::OpenFile(path, "a+");
+  return log_ != nullptr ? 1 : 0;
+}
+
+void ConfigLog::CloseLog() {
+  log_.reset();
+  log_name_.clear();
+}
+
+void ConfigLog::LogTimestamped(const char* text) {
+  if (log_ == nullptr) return;
+  const std::time_t now = std::time(nullptr);
+  const std::tm* local = std::localtime(&now);
+  char stamp[32] = "\n";
+  // The asctime form: "Wed Jan 02 02:03:55 1980\n".
+  if (local != nullptr) std::strftime(stamp, sizeof stamp, "%a %b %d %H:%M:%S %Y\n", local);
+  std::fprintf(log_.get(), "\n%s%s", stamp, text);
+}
+
+int ConfigLog::FileSlot(int channel) {
+  switch (channel) {
+    case kIniChannel:
+      return 0;
+    case kIncludeChannel:
+      return 1;
+    case kBatChannel:
+      return 2;
+    default:
+      return -1;
+  }
+}
+
+void ConfigLog::SetStream(int channel, std::FILE* stream) {
+  if (const int slot = FileSlot(channel); slot >= 0) files_[slot] = stream;
+}
+
+std::FILE* ConfigLog::GetStream(int channel) const {
+  const int slot = FileSlot(channel);
+  return slot >= 0 ? files_[slot] : nullptr;
+}
+
+void ConfigLog::Output(int channel, const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  std::va_list again;
+  va_copy(again, args);
+  const int length = std::vsnprintf(nullptr, 0, format, args);
+  va_end(args);
+  std::vector<char> buffer(length > 0 ? static_cast<size_t>(length) + 1 : 1, '\0');
+  if (length > 0) std::vsnprintf(buffer.data(), buffer.size(), format, again);
+  va_end(again);
+  const size_t size = length > 0 ? static_cast<size_t>(length) : 0;
+
+  if (const int slot = FileSlot(channel); slot >= 0) {
+    if (files_[slot] != nullptr) std::fwrite(buffer.data(), 1, size, files_[slot]);
+    return;
+  }
+  const std::string text = ExpandPercentPairs(std::string(buffer.data(), size));
+  if (channel == kLogChannel && console_ != 0) std::fputs(text.c_str(), stdout);
+  if (log_ != nullptr) {
+    std::fputs(text.c_str(), log_.get());
+    std::fflush(log_.get());
+  }
+}
+
+std::string ExpandPercentPairs(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    out += text[i];
+    if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%') ++i;
+  }
+  return out;
+}
+
+}  // namespace support

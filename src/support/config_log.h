@@ -1,0 +1,67 @@
+// The configuration log of a run and the output channels of the files being
+// generated: every trace line and every generated line passes through Output
+// with a channel number.
+//
+//   1      the log file, and standard output while the console switch is on
+//   2      the instance .ini file being generated
+//   3      the include file being generated
+//   22     the instance .bat file being generated
+//   other  the log file
+//
+// A channel whose stream is not open drops the text. The log channels expand
+// "%%" in the formatted text a second time (to "%"), a trait of the log's
+// format that its readers expect; every other "%" stays as it is, so data such
+// as a server name "a%n" is never taken as a format. The file channels write the
+// formatted bytes unchanged.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include "platform/files.h"
+#include "platform/printf_format.h"
+
+namespace support {
+
+inline constexpr int kLogChannel = 1;
+inline constexpr int kIniChannel = 2;
+inline constexpr int kIncludeChannel = 3;
+inline constexpr int kBatChannel = 22;
+
+class ConfigLog {
+ public:
+  explicit ConfigLog(int console) : console_(console) {}
+
+  // Opens `path` for appending (created when absent); 1 when open, else 0.
+  int OpenLog(const std::string& path);
+  void CloseLog();
+  [[nodiscard]] bool IsLogOpen() const { return log_ != nullptr; }
+  [[nodiscard]] const std::string& LogFileName() const { return log_name_; }
+
+  void SetConsole(int console) { console_ = console; }
+  [[nodiscard]] int GetConsole() const { return console_; }
+
+  // Writes an empty line, the local time in the asctime form, then `text`.
+  void LogTimestamped(const char* text);
+
+  void Output(int channel, const char* format, ...) SQXA_PRINTF(3, 4);
+
+  // The stream of a file channel (2, 3 or 22); not owned: whoever opens the
+  // generated file closes it and clears the channel.
+  void SetStream(int channel, std::FILE* stream);
+  [[nodiscard]] std::FILE* GetStream(int channel) const;
+
+ private:
+  // The index of a file channel in files_, or -1 for the log channels.
+  static int FileSlot(int channel);
+
+  int console_;
+  std::string log_name_;
+  platform::File log_;
+  std::FILE* files_[3] = {};  // ini, include, bat
+};
+
+// The text with "%%" turned into "%" and every other "%" left as it stands.
+[[nodiscard]] std::string ExpandPercentPairs(const std::string& text);
+
+}  // namespace support
