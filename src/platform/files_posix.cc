@@ -1,2 +1,98 @@
-// Placeholder backend; replaced by the real one.
+// The file layer on POSIX systems: backslashes become slashes at the file
+// system, streams are opened close-on-exec so that children never inherit them.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <string>
+
 #include "platform/files.h"
+#include "platform/files_internal.h"
+
+namespace platform {
+
+char PathSeparator() { return '/'; }
+
+std::string NativePath(const std::string& path) {
+  std::string native = path;
+  for (char& c : native) {
+    if (c == '\\') c = '/';
+  }
+  return native;
+}
+
+void FileCloser::operator()(std::FILE* file) const {
+  if (file != nullptr) std::fclose(file);
+}
+
+File OpenFile(const std::string& path, const char* mode) {
+  // "e": close-on-exec, so a child started meanwhile does not keep the file open.
+  const std::string native_mode = std::string(mode) + "e";
+  return File(std::fopen(NativePath(path).c_str(), native_mode.c_str()));
+}
+
+bool FileExists(const std::string& path) {
+  struct stat info;
+  return stat(NativePath(path).c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+bool DirectoryExists(const std::string& path) {
+  struct stat info;
+  return stat(NativePath(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+int RemoveFile(const std::string& path) {
+  return unlink(NativePath(path).c_str()) == 0 ? 0 : errno;
+}
+
+int MakeDirectory(const std::string& path) {
+  return mkdir(NativePath(path).c_str(), 0777) == 0 ? 0 : errno;
+}
+
+int RenameFile(const std::string& from, const std::string& to) {
+  return std::rename(NativePath(from).c_str(), NativePath(to).c_str()) == 0 ? 0 : errno;
+}
+
+namespace internal {
+
+int CreateNewFile(const std::string& native_path, const std::string& native_target, File* file) {
+  const int fd = open(native_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (fd < 0) return errno;
+  struct stat target;
+  if (stat(native_target.c_str(), &target) == 0 && S_ISREG(target.st_mode)) {
+    (void)fchmod(fd, target.st_mode & 07777);
+  }
+  std::FILE* stream = fdopen(fd, "wb");
+  if (stream == nullptr) {
+    const int error = errno;
+    close(fd);
+    unlink(native_path.c_str());
+    return error;
+  }
+  file->reset(stream);
+  return 0;
+}
+
+unsigned long ProcessNumber() { return static_cast<unsigned long>(getpid()); }
+
+int SystemRename(const std::string& native_from, const std::string& native_to) {
+  if (std::rename(native_from.c_str(), native_to.c_str()) != 0) return errno;
+  // Make the new directory entry durable too; the rename itself has succeeded
+  // whatever this answers.
+  const std::string::size_type slash = native_to.rfind('/');
+  const std::string directory =
+      slash == std::string::npos ? "." : (slash == 0 ? "/" : native_to.substr(0, slash));
+  const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd >= 0) {
+    (void)fsync(fd);
+    close(fd);
+  }
+  return 0;
+}
+
+int SystemSync(std::FILE* file) { return fsync(fileno(file)) == 0 ? 0 : errno; }
+
+}  // namespace internal
+}  // namespace platform

@@ -1,1 +1,226 @@
-// placeholder
+// Behaviour of the profile section functions. The same cases run against the
+// Windows functions (under Wine) and against the portable implementation, so
+// every expectation here is one both give.
+#include "platform/profile.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "platform/files.h"
+#include "platform/scratch_dir.h"
+
+namespace platform {
+namespace {
+
+using sqxa_test::ScratchDir;
+
+template <size_t N>
+std::string Z(const char (&text)[N]) {
+  return std::string(text, N - 1);
+}
+
+// Each call gets a file of its own, so that no cached reading of an earlier
+// file of the same name can answer.
+class ProfileTest : public ::testing::Test {
+ protected:
+  std::string NewFile(std::string_view contents) {
+    const std::string path = dir_.File("p" + std::to_string(files_++) + ".ini");
+    EXPECT_EQ(ReplaceFileContents(path, contents), 0);
+    return path;
+  }
+
+  // The answer and the buffer up to the byte after its final zero ("#" when
+  // untouched, which shows where writing stopped).
+  std::pair<uint32_t, std::string> Read(std::string_view file, const std::string& section,
+                                        uint32_t size = 4096) {
+    const std::string path = NewFile(file);
+    std::string buffer(size + 8, '#');
+    const uint32_t answer = GetProfileSection(section, buffer.data(), size, path);
+    EXPECT_EQ(buffer.substr(size), std::string(8, '#')) << "written past the end";
+    return {answer, buffer.substr(0, std::min<size_t>(size, answer + 2))};
+  }
+
+  std::string FileText(const std::string& path) {
+    std::string contents;
+    EXPECT_EQ(ReadFileContents(path, &contents), 0);
+    return contents;
+  }
+
+  // The file's text with CR LF read as LF: the Windows writer always writes CR LF.
+  std::string FileLines(const std::string& path) {
+    std::string text = FileText(path);
+    std::string lines;
+    for (size_t i = 0; i < text.size(); ++i) {
+      if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+      lines.push_back(text[i]);
+    }
+    return lines;
+  }
+
+  ScratchDir dir_;
+  int files_ = 0;
+};
+
+const char kMixed[] =
+    "; settings\n"
+    "[Other]\n"
+    "x=y\n"
+    "[Agent]\n"
+    "key=value\n"
+    "  spaced  \t=\t  out value  \n"
+    "lone word\n"
+    "; a comment\n"
+    "\n"
+    "   ;indented comment\n"
+    "#hash=not a comment\n"
+    "path=C:\\dir\\file.ini ; kept\n"
+    "\"quoted\" = \"kept\"\n"
+    "expr=a=b\n"
+    "empty=\n"
+    "[Later]\n"
+    "z=1\n";
+
+TEST_F(ProfileTest, ReadsEntriesAsTheFunctionsGiveThem) {
+  const std::string expected =
+      Z("key=value\0spaced=out value\0lone word\0#hash=not a comment\0"
+        "path=C:\\dir\\file.ini ; kept\0\"quoted\"=\"kept\"\0expr=a=b\0empty=\0\0#");
+  EXPECT_EQ(Read(kMixed, "Agent"), std::make_pair(uint32_t(expected.size() - 2), expected));
+  EXPECT_EQ(Read(kMixed, "Later"), std::make_pair(4u, Z("z=1\0\0#")));
+}
+
+TEST_F(ProfileTest, FindsTheFirstSectionOfTheNameWithoutRegardToCase) {
+  EXPECT_EQ(Read(kMixed, "aGENT").first, Read(kMixed, "Agent").first);
+  EXPECT_EQ(Read("[ Agent ] trailing text\na=1\n", "AGENT"), std::make_pair(4u, Z("a=1\0\0#")));
+  // The name asked for is taken as it is.
+  EXPECT_EQ(Read("[Agent]\na=1\n", " Agent"), std::make_pair(0u, Z("\0\0")));
+  // A section that appears twice: only the first counts.
+  EXPECT_EQ(Read("[S]\na=1\n[T]\nt=1\n[s]\nb=2\n", "S"), std::make_pair(4u, Z("a=1\0\0#")));
+  // A header without "]" is an entry of the section before it.
+  EXPECT_EQ(Read("[S]\na=1\n[T\nb=2\n", "S"), std::make_pair(11u, Z("a=1\0[T\0b=2\0\0#")));
+  // Lines before the first header form the section without a name.
+  EXPECT_EQ(Read("x=1\n[S]\na=1\n", ""), std::make_pair(4u, Z("x=1\0\0#")));
+  // Only ASCII letters are folded.
+  EXPECT_EQ(Read("[\xe9]\na=1\n", "\xc9"), std::make_pair(0u, Z("\0\0")));
+  EXPECT_EQ(Read("[\xe9]\na=1\n", "\xe9"), std::make_pair(4u, Z("a=1\0\0#")));
+}
+
+TEST_F(ProfileTest, MissingFileSectionOrEntriesGiveNothing) {
+  std::string buffer(16, '#');
+  EXPECT_EQ(GetProfileSection("S", buffer.data(), 16, dir_.File("missing.ini")), 0u);
+  EXPECT_EQ(buffer.substr(0, 3), Z("\0\0#"));
+  EXPECT_EQ(Read(kMixed, "Missing"), std::make_pair(0u, Z("\0\0")));
+  EXPECT_EQ(Read("[S]\n; only a comment\n\n[T]\na=1\n", "S"), std::make_pair(0u, Z("\0\0")));
+  EXPECT_EQ(Read("", "S"), std::make_pair(0u, Z("\0\0")));
+}
+
+TEST_F(ProfileTest, LineEndsAndBlanks) {
+  const std::pair<uint32_t, std::string> expected(8u, Z("a=1\0b=2\0\0#"));
+  EXPECT_EQ(Read("[S]\na=1\nb=2\n", "S"), expected);
+  EXPECT_EQ(Read("[S]\r\na=1\r\nb=2\r\n", "S"), expected);
+  EXPECT_EQ(Read("[S]\ra=1\rb=2\r", "S"), expected);
+  EXPECT_EQ(Read("[S]\na=1\nb=2", "S"), expected);
+  EXPECT_EQ(Read("\t[S] \r\n\r\n \x0b a \x0c= \x1a"
+                 "1\t\r\n\r\n\x1a"
+                 "b=2\x1a",
+                 "S"),
+            expected);
+  // Other bytes are not blanks.
+  EXPECT_EQ(Read("[S]\n\x1c"
+                 "a=b\xa0\n",
+                 "S"),
+            std::make_pair(6u, Z("\x1c"
+                                 "a=b\xa0\0\0#")));
+}
+
+TEST_F(ProfileTest, EntriesThatDoNotFitAreCut) {
+  const char file[] = "[S]\nkey=value\na=b\n";  // "key=value\0a=b\0\0": 14 + 1
+  struct Case {
+    uint32_t size;
+    uint32_t answer;
+    std::string buffer;
+  };
+  const Case cases[] = {
+      {2, 0, Z("\0\0")},
+      {3, 1, Z("k\0\0")},
+      {6, 4, Z("key=\0\0")},
+      {11, 9, Z("key=value\0\0")},
+      {12, 10, Z("key=value\0\0\0")},
+      {13, 11, Z("key=value\0a\0\0")},
+      // Exactly enough room for the entries and the final zero still counts
+      // as not fitting: the answer says so though nothing was lost.
+      {15, 13, Z("key=value\0a=b\0\0")},
+      {16, 14, Z("key=value\0a=b\0\0#")},
+      {100, 14, Z("key=value\0a=b\0\0#")},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.size);
+    EXPECT_EQ(Read(file, "S", c.size), std::make_pair(c.answer, c.buffer));
+  }
+  // The smallest buffers: nothing is written past them.
+  std::string buffer(4, '#');
+  const std::string path = NewFile(file);
+  EXPECT_EQ(GetProfileSection("S", buffer.data(), 0, path), 0u);
+  EXPECT_EQ(buffer, "####");
+  EXPECT_EQ(GetProfileSection("S", buffer.data(), 1, path), 0u);
+  EXPECT_EQ(buffer, Z("\0###"));
+}
+
+TEST_F(ProfileTest, EntriesWithoutName) {
+  // An entry with an empty name is dropped when the one kept before it in the
+  // section also has an empty name.
+  EXPECT_EQ(Read("[S]\n=a\n = b\nk=1\n=c\n", "S"), std::make_pair(10u, Z("=a\0k=1\0=c\0\0#")));
+  EXPECT_EQ(Read("[S]\n; c\n=a\n", "S"), std::make_pair(3u, Z("=a\0\0#")));
+}
+
+TEST_F(ProfileTest, ZeroAndHighBytesInTheFile) {
+  // A zero byte ends the name or value it is in; the line still counts.
+  EXPECT_EQ(Read(Z("[S]\na=1\0xyz\nb=2"), "S"), std::make_pair(8u, Z("a=1\0b=2\0\0#")));
+  EXPECT_EQ(Read(Z("[S]\n\0a=1\nb=2\n"), "S"), std::make_pair(7u, Z("=1\0b=2\0\0#")));
+  EXPECT_EQ(Read(Z("[S\0x]\na=1\n"), "S"), std::make_pair(4u, Z("a=1\0\0#")));
+  EXPECT_EQ(Read("[S]\na=\xe9\xff\x80\n", "S"), std::make_pair(6u, Z("a=\xe9\xff\x80\0\0#")));
+  EXPECT_EQ(Read("\xef\xbb\xbf[S]\na=1\n", "S"), std::make_pair(4u, Z("a=1\0\0#")));
+}
+
+TEST_F(ProfileTest, WritingReplacesTheSection) {
+  const std::string path =
+      NewFile("[A]\r\na=1\r\n[S]\r\n;c\r\nold=1\r\nolder=2\r\n[B]\r\nb=2\r\n[s]\r\nd=1\r\n");
+  ASSERT_TRUE(WriteProfileSection("s", Z("x=1\0  y  =  2 \0no equals\0=e\0\0").c_str(), path));
+  EXPECT_EQ(FileText(path), "[A]\r\na=1\r\n[S]\r\nx=1\r\ny  =2 \r\n=e\r\n[B]\r\nb=2\r\n[s]\r\n");
+  std::string buffer(64, '#');
+  EXPECT_EQ(GetProfileSection("S", buffer.data(), 64, path), 11u);
+  EXPECT_EQ(buffer.substr(0, 13), Z("x=1\0y=2\0=e\0\0#"));
+
+  ASSERT_TRUE(WriteProfileSection("S", Z("\0").c_str(), path));
+  EXPECT_EQ(FileText(path), "[A]\r\na=1\r\n[S]\r\n[B]\r\nb=2\r\n[s]\r\n");
+}
+
+TEST_F(ProfileTest, WritingAppendsOrCreates) {
+  const std::string path = NewFile("[A]\na=1\n");
+  ASSERT_TRUE(WriteProfileSection("New", Z("k=v\0\0").c_str(), path));
+  EXPECT_EQ(FileLines(path), "[A]\na=1\n[New]\nk=v\n");
+
+  const std::string unterminated = NewFile("[A]\na=1");
+  ASSERT_TRUE(WriteProfileSection("New", Z("k=v\0\0").c_str(), unterminated));
+  EXPECT_EQ(FileLines(unterminated), "[A]\na=1\n[New]\nk=v\n");
+
+  const std::string created = dir_.File("created.ini");
+  ASSERT_TRUE(WriteProfileSection("S", Z("k=v\0\0").c_str(), created));
+  EXPECT_EQ(FileLines(created), "[S]\nk=v\n");
+}
+
+TEST_F(ProfileTest, WritingNothingNewLeavesTheFileAlone) {
+  const std::string path = NewFile("[A]\na=1\n");
+  EXPECT_TRUE(WriteProfileSection("S", Z("\0").c_str(), path));
+  EXPECT_TRUE(WriteProfileSection("S", Z("no equals\0\0").c_str(), path));
+  EXPECT_EQ(FileText(path), "[A]\na=1\n");
+  const std::string missing = dir_.File("missing.ini");
+  EXPECT_TRUE(WriteProfileSection("S", Z("\0").c_str(), missing));
+  EXPECT_FALSE(FileExists(missing));
+  EXPECT_FALSE(WriteProfileSection("S", Z("a=1\0\0").c_str(), dir_.File("no dir") + "/x.ini"));
+}
+
+}  // namespace
+}  // namespace platform
