@@ -31,7 +31,7 @@ const std::string& ScratchPath() {
 // sees any byte written past it, and checks the answer against the contract.
 void ReadSection(const std::string& section, uint32_t size, const std::string& path) {
   std::vector<char> buffer(size);
-  const uint32_t answer = platform::GetProfileSection(section, buffer.data(), size, path);
+  const uint32_t answer = platform::ReadIniSection(section, buffer.data(), size, path);
   if (size == 0) {
     if (answer != 0) std::abort();
     return;
@@ -81,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // Entries from the input: its bytes, ended by two zeros.
   std::string entries(bytes.substr(0, 256));
   entries.append(2, '\0');
-  if (!platform::WriteProfileSection("S", entries.c_str(), path)) std::abort();
+  if (!platform::WriteIniSection("S", entries.c_str(), path)) std::abort();
   ReadSection("S", 4096, path);
 
   (void)platform::RemoveFile(path);

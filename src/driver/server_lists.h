@@ -5,13 +5,17 @@
 #include <memory>
 #include <string>
 
+#include "discovery/db_server_list.h"
+
 namespace driver {
 
-// Stand-ins until discovery and the configuration store exist: no list is
-// built, and the operations take the paths they take for a missing list.
-struct DbServerList {};
+using discovery::DbServerList;
+
+// Stand-in until the configuration store exists: no list is built, and the
+// operations take the paths they take for a missing list.
 struct DbConfigList {};
 
+// The servers of the current kind discovered on this machine.
 [[nodiscard]] std::unique_ptr<DbServerList> getDbServerList();
 [[nodiscard]] std::unique_ptr<DbConfigList> getDbConfigList(const std::string& instanceName);
 

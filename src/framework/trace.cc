@@ -7,9 +7,9 @@
 #include <ctime>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "framework/product_dirs.h"
+#include "framework/text_format.h"
 #include "platform/files.h"
 
 namespace {
@@ -81,16 +81,9 @@ void RAS1_Printf(unsigned level, const char* function, const char* format, ...) 
   if ((State().levels & level) == 0 || State().file == nullptr) return;
   std::va_list args;
   va_start(args, format);
-  std::va_list again;
-  va_copy(again, args);
-  const int length = std::vsnprintf(nullptr, 0, format, args);
+  const std::string text = VFW::vformat(format, args);
   va_end(args);
-  if (length >= 0) {
-    std::vector<char> text(static_cast<size_t>(length) + 1);
-    std::vsnprintf(text.data(), text.size(), format, again);
-    WriteRecord(function, std::string_view(text.data(), static_cast<size_t>(length)));
-  }
-  va_end(again);
+  WriteRecord(function, text);
 }
 
 void RAS1_Event(const char* function, int event) {

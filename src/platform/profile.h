@@ -33,8 +33,8 @@ namespace platform {
 //   last entry cut, or only its zero replaced when the entries took exactly
 //   `size` - 1 bytes) and the answer is `size` - 2.
 // - `size` 0 leaves the buffer untouched; 1 and 2 write zeros; all answer 0.
-[[nodiscard]] uint32_t GetProfileSection(const std::string& section, char* buffer, uint32_t size,
-                                         const std::string& path);
+[[nodiscard]] uint32_t ReadIniSection(const std::string& section, char* buffer, uint32_t size,
+                                      const std::string& path);
 
 // Replaces the contents of `section` in `path` with `entries` (the same
 // "key=value\0...\0\0" form). Each entry is written as "key=value" with the
@@ -47,7 +47,7 @@ namespace platform {
 // canonical form with CR LF ends, while the portable writer keeps them byte for
 // byte, writes the file's own line end (CR LF when its first line has one,
 // otherwise LF) and replaces the file atomically. Answers true on success.
-[[nodiscard]] bool WriteProfileSection(const std::string& section, const char* entries,
-                                       const std::string& path);
+[[nodiscard]] bool WriteIniSection(const std::string& section, const char* entries,
+                                   const std::string& path);
 
 }  // namespace platform

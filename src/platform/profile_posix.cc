@@ -250,8 +250,8 @@ std::string Append(const ProfileText& text, std::string_view section,
 
 }  // namespace
 
-uint32_t GetProfileSection(const std::string& section, char* buffer, uint32_t size,
-                           const std::string& path) {
+uint32_t ReadIniSection(const std::string& section, char* buffer, uint32_t size,
+                        const std::string& path) {
   if (size == 0) return 0;
   ProfileText text;
   std::string entries;
@@ -278,7 +278,7 @@ uint32_t GetProfileSection(const std::string& section, char* buffer, uint32_t si
   return size - 2;
 }
 
-bool WriteProfileSection(const std::string& section, const char* entries, const std::string& path) {
+bool WriteIniSection(const std::string& section, const char* entries, const std::string& path) {
   ProfileText text;
   const int status = ReadFileContents(path, &text.contents);
   if (status != 0 && status != ENOENT) return false;

@@ -1,15 +1,12 @@
 // The profile functions on Windows: the system's own.
 #include <windows.h>
-// <windows.h> maps these names to its own functions of the same names.
-#undef GetProfileSection
-#undef WriteProfileSection
 
 #include "platform/profile.h"
 
 namespace platform {
 
-uint32_t GetProfileSection(const std::string& section, char* buffer, uint32_t size,
-                           const std::string& path) {
+uint32_t ReadIniSection(const std::string& section, char* buffer, uint32_t size,
+                        const std::string& path) {
   // The system function writes two zeros whatever the size; buffers too small
   // to hold an entry get their answer here.
   if (size == 0) return 0;
@@ -21,7 +18,7 @@ uint32_t GetProfileSection(const std::string& section, char* buffer, uint32_t si
   return GetPrivateProfileSectionA(section.c_str(), buffer, size, path.c_str());
 }
 
-bool WriteProfileSection(const std::string& section, const char* entries, const std::string& path) {
+bool WriteIniSection(const std::string& section, const char* entries, const std::string& path) {
   return WritePrivateProfileSectionA(section.c_str(), entries, path.c_str()) != FALSE;
 }
 

@@ -2,7 +2,8 @@
 
 #include <cstdarg>
 #include <ctime>
-#include <vector>
+
+#include "framework/text_format.h"
 
 namespace support {
 
@@ -52,20 +53,14 @@ std::FILE* ConfigLog::GetStream(int channel) const {
 void ConfigLog::Output(int channel, const char* format, ...) {
   std::va_list args;
   va_start(args, format);
-  std::va_list again;
-  va_copy(again, args);
-  const int length = std::vsnprintf(nullptr, 0, format, args);
+  const std::string formatted = VFW::vformat(format, args);
   va_end(args);
-  std::vector<char> buffer(length > 0 ? static_cast<size_t>(length) + 1 : 1, '\0');
-  if (length > 0) std::vsnprintf(buffer.data(), buffer.size(), format, again);
-  va_end(again);
-  const size_t size = length > 0 ? static_cast<size_t>(length) : 0;
 
   if (const int slot = FileSlot(channel); slot >= 0) {
-    if (files_[slot] != nullptr) std::fwrite(buffer.data(), 1, size, files_[slot]);
+    if (files_[slot] != nullptr) std::fwrite(formatted.data(), 1, formatted.size(), files_[slot]);
     return;
   }
-  const std::string text = ExpandPercentPairs(std::string(buffer.data(), size));
+  const std::string text = ExpandPercentPairs(formatted);
   if (channel == kLogChannel && console_ != 0) std::fputs(text.c_str(), stdout);
   if (log_ != nullptr) {
     std::fputs(text.c_str(), log_.get());

@@ -25,7 +25,7 @@ std::string Write(const std::string& before, const std::string& section,
   ScratchDir dir;
   const std::string path = dir.File("p.ini");
   EXPECT_EQ(ReplaceFileContents(path, before), 0);
-  EXPECT_TRUE(WriteProfileSection(section, entries.c_str(), path));
+  EXPECT_TRUE(WriteIniSection(section, entries.c_str(), path));
   std::string after;
   EXPECT_EQ(ReadFileContents(path, &after), 0);
   EXPECT_EQ(dir.Entries().size(), 1u) << "a temporary file was left";
@@ -62,7 +62,7 @@ TEST(PortableProfileWriter, FailedReplacementLeavesTheFile) {
   FileSystemCalls failing = SetFileSystemCallsForTesting(nullptr);
   failing.rename = [](const std::string&, const std::string&) { return ENOSPC; };
   SetFileSystemCallsForTesting(&failing);
-  EXPECT_FALSE(WriteProfileSection("S", Z("b=2\0\0").c_str(), path));
+  EXPECT_FALSE(WriteIniSection("S", Z("b=2\0\0").c_str(), path));
   SetFileSystemCallsForTesting(nullptr);
   std::string after;
   EXPECT_EQ(ReadFileContents(path, &after), 0);

@@ -38,7 +38,7 @@ class ProfileTest : public ::testing::Test {
                                         uint32_t size = 4096) {
     const std::string path = NewFile(file);
     std::string buffer(size + 8, '#');
-    const uint32_t answer = GetProfileSection(section, buffer.data(), size, path);
+    const uint32_t answer = ReadIniSection(section, buffer.data(), size, path);
     EXPECT_EQ(buffer.substr(size), std::string(8, '#')) << "written past the end";
     return {answer, buffer.substr(0, std::min<size_t>(size, answer + 2))};
   }
@@ -109,7 +109,7 @@ TEST_F(ProfileTest, FindsTheFirstSectionOfTheNameWithoutRegardToCase) {
 
 TEST_F(ProfileTest, MissingFileSectionOrEntriesGiveNothing) {
   std::string buffer(16, '#');
-  EXPECT_EQ(GetProfileSection("S", buffer.data(), 16, dir_.File("missing.ini")), 0u);
+  EXPECT_EQ(ReadIniSection("S", buffer.data(), 16, dir_.File("missing.ini")), 0u);
   EXPECT_EQ(buffer.substr(0, 3), Z("\0\0#"));
   EXPECT_EQ(Read(kMixed, "Missing"), std::make_pair(0u, Z("\0\0")));
   EXPECT_EQ(Read("[S]\n; only a comment\n\n[T]\na=1\n", "S"), std::make_pair(0u, Z("\0\0")));
@@ -162,9 +162,9 @@ TEST_F(ProfileTest, EntriesThatDoNotFitAreCut) {
   // The smallest buffers: nothing is written past them.
   std::string buffer(4, '#');
   const std::string path = NewFile(file);
-  EXPECT_EQ(GetProfileSection("S", buffer.data(), 0, path), 0u);
+  EXPECT_EQ(ReadIniSection("S", buffer.data(), 0, path), 0u);
   EXPECT_EQ(buffer, "####");
-  EXPECT_EQ(GetProfileSection("S", buffer.data(), 1, path), 0u);
+  EXPECT_EQ(ReadIniSection("S", buffer.data(), 1, path), 0u);
   EXPECT_EQ(buffer, Z("\0###"));
 }
 
@@ -187,39 +187,39 @@ TEST_F(ProfileTest, ZeroAndHighBytesInTheFile) {
 TEST_F(ProfileTest, WritingReplacesTheSection) {
   const std::string path =
       NewFile("[A]\r\na=1\r\n[S]\r\n;c\r\nold=1\r\nolder=2\r\n[B]\r\nb=2\r\n[s]\r\nd=1\r\n");
-  ASSERT_TRUE(WriteProfileSection("s", Z("x=1\0  y  =  2 \0no equals\0=e\0\0").c_str(), path));
+  ASSERT_TRUE(WriteIniSection("s", Z("x=1\0  y  =  2 \0no equals\0=e\0\0").c_str(), path));
   EXPECT_EQ(FileText(path), "[A]\r\na=1\r\n[S]\r\nx=1\r\ny  =2 \r\n=e\r\n[B]\r\nb=2\r\n[s]\r\n");
   std::string buffer(64, '#');
-  EXPECT_EQ(GetProfileSection("S", buffer.data(), 64, path), 11u);
+  EXPECT_EQ(ReadIniSection("S", buffer.data(), 64, path), 11u);
   EXPECT_EQ(buffer.substr(0, 13), Z("x=1\0y=2\0=e\0\0#"));
 
-  ASSERT_TRUE(WriteProfileSection("S", Z("\0").c_str(), path));
+  ASSERT_TRUE(WriteIniSection("S", Z("\0").c_str(), path));
   EXPECT_EQ(FileText(path), "[A]\r\na=1\r\n[S]\r\n[B]\r\nb=2\r\n[s]\r\n");
 }
 
 TEST_F(ProfileTest, WritingAppendsOrCreates) {
   const std::string path = NewFile("[A]\na=1\n");
-  ASSERT_TRUE(WriteProfileSection("New", Z("k=v\0\0").c_str(), path));
+  ASSERT_TRUE(WriteIniSection("New", Z("k=v\0\0").c_str(), path));
   EXPECT_EQ(FileLines(path), "[A]\na=1\n[New]\nk=v\n");
 
   const std::string unterminated = NewFile("[A]\na=1");
-  ASSERT_TRUE(WriteProfileSection("New", Z("k=v\0\0").c_str(), unterminated));
+  ASSERT_TRUE(WriteIniSection("New", Z("k=v\0\0").c_str(), unterminated));
   EXPECT_EQ(FileLines(unterminated), "[A]\na=1\n[New]\nk=v\n");
 
   const std::string created = dir_.File("created.ini");
-  ASSERT_TRUE(WriteProfileSection("S", Z("k=v\0\0").c_str(), created));
+  ASSERT_TRUE(WriteIniSection("S", Z("k=v\0\0").c_str(), created));
   EXPECT_EQ(FileLines(created), "[S]\nk=v\n");
 }
 
 TEST_F(ProfileTest, WritingNothingNewLeavesTheFileAlone) {
   const std::string path = NewFile("[A]\na=1\n");
-  EXPECT_TRUE(WriteProfileSection("S", Z("\0").c_str(), path));
-  EXPECT_TRUE(WriteProfileSection("S", Z("no equals\0\0").c_str(), path));
+  EXPECT_TRUE(WriteIniSection("S", Z("\0").c_str(), path));
+  EXPECT_TRUE(WriteIniSection("S", Z("no equals\0\0").c_str(), path));
   EXPECT_EQ(FileText(path), "[A]\na=1\n");
   const std::string missing = dir_.File("missing.ini");
-  EXPECT_TRUE(WriteProfileSection("S", Z("\0").c_str(), missing));
+  EXPECT_TRUE(WriteIniSection("S", Z("\0").c_str(), missing));
   EXPECT_FALSE(FileExists(missing));
-  EXPECT_FALSE(WriteProfileSection("S", Z("a=1\0\0").c_str(), dir_.File("no dir") + "/x.ini"));
+  EXPECT_FALSE(WriteIniSection("S", Z("a=1\0\0").c_str(), dir_.File("no dir") + "/x.ini"));
 }
 
 }  // namespace

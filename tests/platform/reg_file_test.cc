@@ -1,1 +1,280 @@
-// placeholder
+// The registry file format: reading every value syntax, the key structure,
+// faults with their line numbers, writing back, and hostile input.
+#include "platform/reg_file.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace {
+
+using namespace platform;
+using namespace std::string_literals;
+using Entries = std::vector<std::tuple<std::string, uint32_t, std::string>>;
+
+const std::string kV5 = "Windows Registry Editor Version 5.00\n";
+
+Entries ValuesOf(const RegFile& file, const std::string& path) {
+  Entries entries;
+  RegFile::KeyId key = RegFile::kRoot;
+  if (!file.FindKey(path, &key)) {
+    ADD_FAILURE() << "no key " << path;
+    return entries;
+  }
+  for (const RegValue& value : file.Values(key))
+    entries.emplace_back(value.name, value.type, value.data);
+  return entries;
+}
+
+std::vector<std::string> SubKeysOf(const RegFile& file, const std::string& path) {
+  std::vector<std::string> names;
+  RegFile::KeyId key = RegFile::kRoot;
+  if (!file.FindKey(path, &key)) return {"<no key>"};
+  for (RegFile::KeyId child : file.SubKeys(key)) names.emplace_back(file.KeyName(child));
+  return names;
+}
+
+RegFile MustLoad(const std::string& text) {
+  RegFile file;
+  RegFileError error;
+  EXPECT_TRUE(file.Load(text, &error)) << "line " << error.line << ": " << error.message;
+  return file;
+}
+
+// Every key of the file with its values, in order, as text for comparisons.
+std::string Dump(const RegFile& file) {
+  std::string out;
+  std::vector<std::pair<RegFile::KeyId, std::string>> pending{{RegFile::kRoot, ""}};
+  while (!pending.empty()) {
+    auto [key, path] = pending.back();
+    pending.pop_back();
+    out += "[" + path + "]\n";
+    for (const RegValue& value : file.Values(key)) {
+      out += value.name + "|" + std::to_string(value.type) + "|" + value.data + "\n";
+    }
+    const std::vector<RegFile::KeyId> children = file.SubKeys(key);
+    for (auto it = children.rbegin(); it != children.rend(); ++it) {
+      pending.emplace_back(*it, path + "\\" + std::string(file.KeyName(*it)));
+    }
+  }
+  return out;
+}
+
+std::string Utf16(const std::string& ascii_or_utf8_bmp) {
+  // Enough UTF-8 decoding for the test texts: ASCII and two-byte sequences.
+  std::string out = "\xff\xfe";
+  for (size_t i = 0; i < ascii_or_utf8_bmp.size(); ++i) {
+    unsigned code = static_cast<unsigned char>(ascii_or_utf8_bmp[i]);
+    if (code >= 0xC0)
+      code = (code & 0x1F) << 6 | (static_cast<unsigned char>(ascii_or_utf8_bmp[++i]) & 0x3F);
+    out.push_back(static_cast<char>(code & 0xFF));
+    out.push_back(static_cast<char>(code >> 8));
+  }
+  return out;
+}
+
+TEST(RegFileTest, ReadsEveryValueSyntax) {
+  const RegFile file = MustLoad(kV5 +
+                                "\r\n"
+                                "; a comment\r\n"
+                                "[HKEY_LOCAL_MACHINE\\Software\\App]\r\n"
+                                "@=\"default\"\r\n"
+                                "\"Path\"=\"C:\\\\dir\\\\ \\\"x\\\" \\n\"\r\n"
+                                "\"Dword\"=dword:0000ffff\r\n"
+                                "\"Bin\"=hex:de,ad,\\\r\n"
+                                "  be,EF\r\n"
+                                "\"Exp\"=hex(2):25,00,41,00,25,00,00,00\r\n"
+                                "\"Multi\"=hex(7):61,00,00,00,62,00,00,00,00,00\r\n"
+                                "\"Q\"=hex(b):ff,ff,ff,ff,ff,ff,ff,ff\r\n"
+                                "\"Big\"=hex(5):00,00,00,01\r\n"
+                                "\"Gone\"=\"soon\"\r\n"
+                                "  ; an indented comment\r\n"
+                                "\"Gone\"=-\r\n"
+                                "\"Spaced\" = \"ok\" ; trailing comment\r\n");
+  const Entries expected = {
+      {"", kRegSz, "default"},
+      {"Path", kRegSz, "C:\\dir\\ \"x\" \\n"},
+      {"Dword", kRegDword, "65535"},
+      {"Bin", kRegBinary, "\xde\xad\xbe\xef"},
+      {"Exp", kRegExpandSz, "%A%"},
+      {"Multi", kRegMultiSz, "a\0b\0"s},
+      {"Q", kRegQword, "18446744073709551615"},
+      {"Big", 5, "\0\0\0\x01"s},
+      {"Spaced", kRegSz, "ok"},
+  };
+  EXPECT_EQ(ValuesOf(file, "software\\APP"), expected);
+}
+
+TEST(RegFileTest, DecodesUtf16FilesAndAnsiRegedit4Data) {
+  const RegFile wide =
+      MustLoad(Utf16(kV5 + "\r\n[HKLM\\Caf\xc3\xa9]\r\n\"N\xc3\xa9\"=\"\xc3\xa9t\xc3\xa9\"\r\n"
+                           "\"E\"=hex(2):e9,00,00,00\r\n"));
+  EXPECT_EQ(ValuesOf(wide, "Caf\xc3\xa9"),
+            (Entries{{"N\xc3\xa9", kRegSz, "\xc3\xa9t\xc3\xa9"}, {"E", kRegExpandSz, "\xc3\xa9"}}));
+
+  const RegFile ansi = MustLoad(
+      "REGEDIT4\n\n[HKEY_LOCAL_MACHINE\\K]\n\"E\"=hex(2):41,42,00\n"
+      "\"M\"=hex(7):61,00,62,00,00\n");
+  EXPECT_EQ(ValuesOf(ansi, "K"),
+            (Entries{{"E", kRegExpandSz, "AB"}, {"M", kRegMultiSz, "a\0b\0"s}}));
+}
+
+TEST(RegFileTest, KeysIgnoreCaseImplyParentsAndMerge) {
+  const RegFile file = MustLoad(kV5 +
+                                "[HKEY_LOCAL_MACHINE\\One\\Two\\Three]\n"
+                                "[HKEY_CURRENT_USER\\Elsewhere]\n\"x\"=\"ignored\"\n"
+                                "[HKLM\\one\\TWO]\n\"a\"=\"1\"\n\"b\"=\"2\"\n"
+                                "[HKEY_LOCAL_MACHINE\\One\\Four]\n"
+                                "[hkey_local_machine\\ONE\\two]\n\"A\"=\"3\"\n\"c\"=\"4\"\n");
+  EXPECT_EQ(SubKeysOf(file, ""), std::vector<std::string>{"One"});
+  EXPECT_EQ(SubKeysOf(file, "one"), (std::vector<std::string>{"Two", "Four"}));
+  EXPECT_EQ(SubKeysOf(file, "ONE\\two"), std::vector<std::string>{"Three"});
+  // A later section replaces a value in place, keeping the name as first spelled.
+  EXPECT_EQ(ValuesOf(file, "One\\Two"),
+            (Entries{{"a", kRegSz, "3"}, {"b", kRegSz, "2"}, {"c", kRegSz, "4"}}));
+  RegFile::KeyId key;
+  EXPECT_FALSE(file.FindKey("Elsewhere", &key));
+  EXPECT_FALSE(file.FindKey("One\\Five", &key));
+}
+
+TEST(RegFileTest, DeletedKeyLosesItsSubtreeAsOfThatPoint) {
+  const RegFile file = MustLoad(kV5 +
+                                "[HKEY_LOCAL_MACHINE\\A]\n\"old\"=\"1\"\n"
+                                "[HKEY_LOCAL_MACHINE\\A\\B]\n"
+                                "[HKEY_LOCAL_MACHINE\\Keep]\n"
+                                "[-HKEY_LOCAL_MACHINE\\A]\n"
+                                "[-HKEY_LOCAL_MACHINE\\Never\\There]\n"
+                                "[HKEY_LOCAL_MACHINE\\a]\n\"new\"=\"2\"\n");
+  EXPECT_EQ(ValuesOf(file, "A"), (Entries{{"new", kRegSz, "2"}}));
+  EXPECT_TRUE(SubKeysOf(file, "A").empty());
+  EXPECT_EQ(SubKeysOf(file, ""), (std::vector<std::string>{"Keep", "a"}));
+}
+
+TEST(RegFileTest, FaultsAreReportedWithTheirLine) {
+  const struct {
+    std::string text;
+    uint64_t line;
+  } cases[] = {
+      {"", 1},
+      {"Windows Registry Editor Version 4.00\n[HKLM\\A]\n", 1},
+      {std::string("W\0i\0n\0", 6), 1},                      // UTF-16 without its mark
+      {Utf16(kV5 + "[HKLM\\A]\n") + "x", 2},                 // odd byte count
+      {kV5 + "\"v\"=\"1\"\n", 2},                            // value before any key
+      {kV5 + "[HKLM\\A]\n\"v=1\n", 3},                       // unterminated name
+      {kV5 + "[HKLM\\A]\n\"v\"=\"1\n", 3},                   // unterminated text
+      {kV5 + "[HKLM\\A]\n\"v\"=hex:01,\\\n  02,0g\n", 4},    // bad digit, continued
+      {kV5 + "[HKLM\\A]\n\"v\"=hex:01,\\\n[HKLM\\B]\n", 4},  // no continuation
+      {kV5 + "[HKLM\\A]\n\"v\"=hex:01,\\\n", 3},             // truncated mid-value
+      {kV5 + "[HKLM\\A]\n\"v\"=dword:123456789\n", 3},       // nine digits
+      {kV5 + "[HKLM\\A]\n\"v\"=hex(2x):00\n", 3},            // bad type
+      {kV5 + "\n[HKLM\\A\n", 3},                             // unclosed header
+      {kV5 + "[HKLM\\A]\nstray text\n", 3},                  // not a line of the format
+      {kV5 + "[HKLM\\A]\n\"v\" \"1\"\n", 3},                 // no '='
+  };
+  for (const auto& c : cases) {
+    RegFile file;
+    RegFileError error;
+    EXPECT_FALSE(file.Load(c.text, &error)) << c.text;
+    EXPECT_EQ(error.line, c.line) << c.text << " -> " << error.message;
+    EXPECT_FALSE(error.message.empty());
+    RegFile::KeyId key;
+    EXPECT_FALSE(file.FindKey("A", &key)) << "a failed load leaves an empty hive";
+  }
+}
+
+TEST(RegFileTest, WrittenFileReadsBackTheSameKeysAndValues) {
+  RegTree tree;
+  RegTree::KeyId key = 0;
+  bool created = false;
+  ASSERT_TRUE(tree.CreateKey("Software\\Odd \"[names]\\ ]\\Leaf", &key, &created));
+  EXPECT_TRUE(created);
+  const std::vector<RegValue> values = {
+      {"", kRegSz, "default"},
+      {"quote\" back\\slash", kRegSz, "C:\\x \"y\"\\"},
+      {"lines", kRegSz, "one\ntwo\r\n"},
+      {"exp", kRegExpandSz, "%P%\\caf\xc3\xa9 \xf0\x9f\x98\x80"},
+      {"multi", kRegMultiSz, "a\0\0b\0"s},
+      {"dword", kRegDword, "4294967295"},
+      {"qword", kRegQword, "1"},
+      {"long", kRegBinary, std::string(300, '\x5a')},
+      {"none", kRegNone, ""},
+      {"custom", 0x1234, "\x01\x02"},
+  };
+  for (const RegValue& value : values) ASSERT_TRUE(tree.SetValue(key, value)) << value.name;
+  RegTree::KeyId empty = 0;
+  ASSERT_TRUE(tree.CreateKey("Software\\Empty", &empty, &created));
+  EXPECT_FALSE(tree.SetValue(key, {"bad", kRegDword, "x"}));
+  EXPECT_FALSE(tree.SetValue(key, {"new\nline", kRegSz, ""}));
+
+  const std::string written = tree.Serialize();
+  EXPECT_EQ(written.rfind(kV5.substr(0, kV5.size() - 1) + "\r\n", 0), 0u);
+  for (size_t start = 0, end; (end = written.find('\n', start)) != std::string::npos;
+       start = end + 1) {
+    EXPECT_LE(end - start, 82u) << "hex lists are wrapped";
+  }
+  const RegFile file = MustLoad(written);
+  Entries expected;
+  for (const RegValue& value : values) expected.emplace_back(value.name, value.type, value.data);
+  EXPECT_EQ(ValuesOf(file, "software\\odd \"[names]\\ ]\\leaf"), expected);
+  EXPECT_EQ(SubKeysOf(file, "Software"), (std::vector<std::string>{"Odd \"[names]", "Empty"}));
+  EXPECT_EQ(RegTree(file).Serialize(), written);
+}
+
+TEST(RegFileTest, TreeEditsKeysAndValues) {
+  const RegFile file = MustLoad(kV5 + "[HKLM\\A\\B]\n\"x\"=\"1\"\n\"y\"=\"2\"\n[HKLM\\C]\n");
+  RegTree tree(file);
+  RegTree::KeyId a = 0, b = 0;
+  ASSERT_TRUE(tree.FindKey("a", &a));
+  ASSERT_TRUE(tree.FindKey("A\\b", &b));
+  EXPECT_TRUE(tree.HasSubKeys(a));
+  EXPECT_TRUE(tree.DeleteValue(b, "X"));
+  EXPECT_FALSE(tree.DeleteValue(b, "x"));
+  ASSERT_TRUE(tree.SetValue(b, {"Y", kRegDword, "0012"}));
+  tree.DeleteKey(b);
+  EXPECT_FALSE(tree.HasSubKeys(a));
+  ASSERT_TRUE(tree.SetValue(a, {"Y", kRegDword, "0012"}));
+  EXPECT_EQ(Dump(MustLoad(tree.Serialize())), "[]\n[\\A]\nY|4|12\n[\\C]\n");
+}
+
+TEST(RegFileTest, HostileInputEndsCleanly) {
+  const std::string valid = kV5 +
+                            "[HKLM\\A]\n\"s\"=\"text\"\n\"h\"=hex(7):61,00,\\\n  00,00\n"
+                            "[-HKLM\\A]\n[HKLM\\B\\C]\n@=dword:1\n";
+  for (size_t size = 0; size <= valid.size(); ++size) {  // a file cut anywhere
+    RegFile file;
+    RegFileError error;
+    if (file.Load(valid.substr(0, size), &error)) {
+      (void)Dump(file);
+    } else {
+      EXPECT_GE(error.line, 1u);
+      EXPECT_LE(error.line, 9u);
+    }
+  }
+
+  const std::string megabytes(4 << 20, 'a');
+  RegFileError error;
+  RegFile file;
+  EXPECT_TRUE(file.Load(kV5 + "[HKLM\\A]\n\"v\"=\"" + megabytes + "\"\n", &error));
+  EXPECT_FALSE(file.Load(kV5 + "[HKLM\\A]\n\"v\"=\"" + megabytes + "\n", &error));
+  EXPECT_EQ(error.line, 3u);
+  EXPECT_FALSE(file.Load(kV5 + "[HKLM\\A]\n\"v\"=hex:" + megabytes + "\n", &error));
+  EXPECT_FALSE(file.Load(kV5 + "[HKLM\\A]\n\"v\"=\"\0\xff\xfe\x01\"\n"s + "\x80\x81\n", &error));
+  EXPECT_EQ(error.line, 4u);
+
+  // The registry's own limits bound what a writer may have to write back.
+  std::string deep = kV5 + "[HKLM";
+  for (int i = 0; i < 512; ++i) deep += "\\k";
+  const RegFile nested = MustLoad(deep + "]\n");
+  EXPECT_GT(RegTree(nested).Serialize().size(), 512u * 512u);
+  EXPECT_FALSE(file.Load(deep + "\\k]\n", &error));
+  EXPECT_FALSE(file.Load(kV5 + "[HKLM\\" + std::string(256, 'n') + "]\n", &error));
+
+  // Deleting and re-creating one key over and over stays linear.
+  std::string churn = kV5;
+  for (int i = 0; i < 50000; ++i) churn += "[HKLM\\A]\n[-HKLM\\A]\n";
+  EXPECT_EQ(SubKeysOf(MustLoad(churn + "[HKLM\\A]\n"), ""), std::vector<std::string>{"A"});
+}
+
+}  // namespace

@@ -1,1 +1,23 @@
-// placeholder
+// The file-backed registry: each load points MARLOX_REGISTRY at a new copy of
+// the fixture, so writes never reach the source tree and no cached copy of an
+// earlier test can answer.
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "platform/registry_fixture.h"
+#include "platform/scratch_dir.h"
+#include "platform/system.h"
+
+namespace sqxa_test {
+
+bool LoadRegistryFixture(const std::string& name) {
+  static ScratchDir dir;  // removed when the test program ends
+  static unsigned loads = 0;
+  const std::string copy = dir.File(std::to_string(++loads) + "-" + name);
+  std::error_code error;
+  std::filesystem::copy_file(std::string(SQXA_FIXTURE_DIR) + "/registry/" + name, copy, error);
+  return !error && platform::SetEnvironment("MARLOX_REGISTRY", copy);
+}
+
+}  // namespace sqxa_test

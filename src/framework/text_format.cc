@@ -1,0 +1,28 @@
+#include "framework/text_format.h"
+
+#include <cstdio>
+
+namespace VFW {
+
+std::string vformat(const char* format, std::va_list args) {
+  std::va_list again;
+  va_copy(again, args);
+  const int length = std::vsnprintf(nullptr, 0, format, args);
+  std::string text;
+  if (length > 0) {
+    text.resize(static_cast<size_t>(length));
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+  }
+  va_end(again);
+  return text;
+}
+
+std::string format(const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  std::string text = vformat(format, args);
+  va_end(args);
+  return text;
+}
+
+}  // namespace VFW

@@ -1,0 +1,66 @@
+// A product home of its own for each test: MARLOX_HOME names a fresh scratch
+// directory and MARLOX_KEYFILE is unset, so the key file is
+// <home>keyfiles\default.key and is created by the test's first encryption.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+#include "framework/key_file_cipher.h"
+#include "platform/files.h"
+#include "platform/scratch_dir.h"
+#include "platform/system.h"
+
+namespace sqxa_test {
+
+class KeyHomeTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", home_.path().string()));
+    ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", ""));
+  }
+  void TearDown() override {
+    ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
+    ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", ""));
+  }
+
+  std::string KeyFile(const std::string& name = "default") const {
+    return (home_.path() / "keyfiles" / (name + ".key")).string();
+  }
+
+  ScratchDir home_;
+};
+
+// CRY_Encrypt and CRY_Decrypt with strings; the status goes to *status.
+inline std::string Encrypt(std::string_view clear, int* status, const char* key = "default") {
+  char* result = nullptr;
+  int length = -1;
+  *status = CRY_Encrypt(clear.data(), static_cast<int>(clear.size()), &result, &length, key, key);
+  std::string text = result != nullptr ? std::string(result, length) : std::string();
+  CRY_Free(result);
+  return text;
+}
+
+inline std::string Decrypt(std::string_view text, int* status) {
+  char* result = nullptr;
+  int length = -1;
+  *status = CRY_Decrypt(text.data(), static_cast<int>(text.size()), &result, &length);
+  std::string clear;
+  if (result != nullptr) {
+    EXPECT_EQ(result[length], '\0');
+    clear.assign(result, length);
+  } else {
+    EXPECT_EQ(length, 0);
+  }
+  CRY_Free(result);
+  return clear;
+}
+
+inline std::string Contents(const std::string& path) {
+  std::string contents;
+  return platform::ReadFileContents(path, &contents) == 0 ? contents : "<unreadable>";
+}
+
+}  // namespace sqxa_test

@@ -1,0 +1,37 @@
+// The Win32 registry: the database keys of earlier hosts are deleted and the
+// host's text imported with the system's reg tool.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include "discovery/host_registry.h"
+#include "platform/system.h"
+
+namespace sqxa_test {
+
+bool LoadHost(const std::string& regText) {
+  for (const char* root :
+       {"HKLM\\Software\\Microsoft\\Microsoft SQL Server", "HKLM\\Software\\Microsoft\\MSSQLServer",
+        "HKLM\\Software\\Oracle", "HKLM\\Software\\Sybase"}) {
+    (void)std::system(("reg delete \"" + std::string(root) + "\" /f >nul 2>&1").c_str());
+  }
+  // reg reads a file as the Registry Editor writes it: UTF-16LE with a byte
+  // order mark; the hosts are ASCII, so each byte widens to one unit.
+  std::string wide = "\xff\xfe";
+  for (char c : regText) {
+    wide.push_back(c);
+    wide.push_back('\0');
+  }
+  const std::filesystem::path path =
+      std::filesystem::temp_directory_path() /
+      ("sqxa-host-" + std::to_string(platform::CurrentProcessId()) + ".reg");
+  std::ofstream(path, std::ios::binary) << wide;
+  const bool imported =
+      std::system(("reg import \"" + path.string() + "\" >nul 2>&1").c_str()) == 0;
+  std::error_code ignored;
+  std::filesystem::remove(path, ignored);
+  return imported;
+}
+
+}  // namespace sqxa_test

@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "discovery/host_registry.h"
+#include "discovery/other_discovery.h"
+#include "platform/system.h"
+#include "support/capture.h"
+
+namespace fs = std::filesystem;
+
+namespace discovery {
+namespace {
+
+constexpr const char* kHeader = "Windows Registry Editor Version 5.00\n\n";
+
+class OtherDiscoveryTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() / ("sqxa_ora_" + std::to_string(platform::CurrentProcessId()));
+    fs::remove_all(dir_);
+    fs::create_directories(dir_);
+    setDiscoveryVerbose(false);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+  std::string File(const std::string& name, const std::string& text) {
+    const fs::path path = dir_ / name;
+    std::ofstream(path, std::ios::binary) << text;
+    return path.string();
+  }
+  fs::path dir_;
+};
+
+std::string Home(const std::string& key, const std::string& values) {
+  return "[HKEY_LOCAL_MACHINE\\Software\\Oracle\\" + key + "]\n" + values + "\n";
+}
+
+TEST_F(OtherDiscoveryTest, OracleNumberedHomesAndTheirReleases) {
+  const std::string plain = File("initA.ora", "# no IFILE here\ndb_name=A\n");
+  const std::string pointing =
+      File("initB.ora", "#IFILE=ignored\n  IFILE = \"" + (dir_ / "real.ora").string() + "\"  \n");
+  const std::string host =
+      std::string(kHeader) + "[HKEY_LOCAL_MACHINE\\Software\\Oracle]\n\n" +
+      Home("ALL_HOMES", "\"HOME_COUNTER\"=\"6\"\n") +
+      Home("HOME0", "\"ORA_A_AUTOSTART\"=\"true\"\n\"ORA_A_PFILE\"=\"" +
+                        sqxa_test::RegEscape(plain) +
+                        "\"\n\"ORACLE_BASE\"=\"C:\\\\ora\"\n\"ORACLE_HOME\"=\"C:\\\\ora\\\\h0\"\n"
+                        "\"ORACLE_SID\"=\"a\"\n") +
+      Home("HOME1", "\"ORA_B_AUTOSTART\"=\"true\"\n\"ORA_B_PFILE\"=\"" +
+                        sqxa_test::RegEscape(pointing) +
+                        "\"\n\"ORACLE_BASE\"=\"C:\\\\ora\"\n\"ORACLE_HOME\"=\"C:\\\\ora\\\\h1\"\n"
+                        "\"ORACLE_SID\"=\"B\"\n\"TNS_ADMIN\"=\"C:\\\\tns\"\n") +
+      Home("HOME2",
+           "\"ORA_C_AUTOSTART\"=\"true\"\n\"ORACLE_HOME\"=\"C:\\\\ora\\\\h2\"\n"
+           "\"ORACLE_SID\"=\"C\"\n") +  // no ORACLE_BASE: no record
+      Home("HOME3",
+           "\"ORA_D_AUTOSTART\"=\"true\"\n\"ORA_E_AUTOSTART\"=\"true\"\n"
+           "\"ORACLE_BASE\"=\"C:\\\\ora\"\n\"ORACLE_HOME\"=\"C:\\\\ora\\\\h3\"\n"
+           "\"ORACLE_SID\"=\"D\"\n") +
+      Home("KEY_OraDb11g_home2",
+           "\"ORA_F_AUTOSTART\"=\"true\"\n\"ORACLE_BASE\"=\"C:\\\\ora\"\n"
+           "\"ORACLE_HOME\"=\"C:\\\\ora\\\\h11\"\n\"ORACLE_SID\"=\"F\"\n");
+  ASSERT_TRUE(sqxa_test::LoadHost(host));
+
+  DbServerList list("");
+  const Captured printed = Capture([&] { scanOracleServers(&list); });
+  EXPECT_EQ(printed.out, "No change in initfile\n");  // for initA.ora
+  // A, B, then HOME3 read for i = 3, 4 and 5 (D and E each time), then F.
+  ASSERT_EQ(list.count(1), 9);
+  const auto* a = static_cast<const DbServerOra*>(list.at(0, 1));
+  EXPECT_EQ(a->getServerName(), "A");
+  EXPECT_EQ(a->getVersion(), "8.1.X");
+  EXPECT_EQ(a->getErrorLogName(), "Aalrt.log");
+  EXPECT_EQ(a->getServiceName(), "OracleServiceA");
+  EXPECT_EQ(a->getExtraText3(), "C:\\ora\\h0\\network\\admin");
+  EXPECT_EQ(a->getExtraText2(), "C:\\ora");
+  const auto* b = list.at(1, 1);
+  EXPECT_EQ(b->getVersion(), "9.0.1");
+  EXPECT_EQ(b->getErrorLogName(), "Balrt.log");
+  EXPECT_EQ(b->getExtraText3(), "C:\\tns");
+  for (int i = 2; i < 8; i += 2) {
+    EXPECT_EQ(list.at(i, 1)->getServerName(), "D");
+    EXPECT_EQ(list.at(i + 1, 1)->getServerName(), "E");
+    EXPECT_EQ(list.at(i, 1)->getVersion(), "9.2.0");
+    EXPECT_EQ(list.at(i, 1)->getErrorLogName(), "alert_D.log");
+  }
+  EXPECT_EQ(list.at(8, 1)->getServerName(), "F");
+  EXPECT_EQ(list.at(8, 1)->getVersion(), "11.1");
+}
+
+TEST_F(OtherDiscoveryTest, InitFileResolution) {
+  const std::string target = (dir_ / "real.ora").string();
+  EXPECT_EQ(resolveInitFile(File("a.ora", "IFILE='" + target + "'\n")), target);
+  const std::string none = File("b.ora", "db_name=x");
+  EXPECT_EQ(Capture([&] { EXPECT_EQ(resolveInitFile(none), none); }).out,
+            "No change in initfile\n");
+  const std::string missing = (dir_ / "missing.ora").string();
+  EXPECT_EQ(Capture([&] { EXPECT_EQ(resolveInitFile(missing), missing); }).out,
+            "No change in initfile\n");
+}
+
+TEST_F(OtherDiscoveryTest, SybaseServersOfTypeSqlServer) {
+  const std::string host =
+      std::string(kHeader) +
+      "[HKEY_LOCAL_MACHINE\\Software\\Sybase\\SQLServer]\n\"CurrentVersion\"=\"12.5\"\n"
+      "\"RootDir\"=\"C:\\\\sybase\"\n\n"
+      "[HKEY_LOCAL_MACHINE\\Software\\Sybase\\Server\\BACKUP]\n\"ServerType\"=\"BackupServer\"\n\n"
+      "[HKEY_LOCAL_MACHINE\\Software\\Sybase\\Server\\SYB1]\n\"ServerType\"=\"SQLServer\"\n\n"
+      "[HKEY_LOCAL_MACHINE\\Software\\Sybase\\Server\\SYB1\\Parameters]\n"
+      "\"Arg0\"=\"-dC:\\\\sybase\\\\data\\\\master.dat\"\n\"Arg1\"=\"-sSYB1\"\n"
+      "\"Arg2\"=\"-eC:\\\\sybase\\\\install\\\\SYB1.log\"\n\n";
+  ASSERT_TRUE(sqxa_test::LoadHost(host));
+  DbServerList list("");
+  scanSybaseServers(&list);
+  ASSERT_EQ(list.count(2), 1);
+  const auto* server = static_cast<const DbServerSyb*>(list.at(0, 2));
+  EXPECT_EQ(server->getServerName(), "SYB1");
+  EXPECT_EQ(server->getServiceName(), "Sybase SQLServer_SYB1");
+  EXPECT_EQ(server->getHome(), "C:\\sybase");
+  EXPECT_EQ(server->getVersion(), "12.5");
+  EXPECT_EQ(server->getAddedText1(), "C:\\sybase\\data\\master.dat");
+  EXPECT_EQ(server->getErrorLogName(), "C:\\sybase\\install\\SYB1.log");
+}
+
+}  // namespace
+}  // namespace discovery

@@ -1,0 +1,27 @@
+// Hosts that only the registry file can describe: Wine's own registry always
+// has "Software\Wow6432Node".
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "discovery/db_server_list.h"
+#include "discovery/host_registry.h"
+#include "discovery/sql_server_discovery.h"
+
+namespace discovery {
+namespace {
+
+TEST(SqlServerFileHostTest, A32BitHostYieldsNoServer) {
+  ASSERT_TRUE(sqxa_test::LoadHost(
+      "Windows Registry Editor Version 5.00\n\n"
+      "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Microsoft SQL Server\\100]\n\n"
+      "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Microsoft SQL Server\\Instance Names\\SQL]\n"
+      "\"INST1\"=\"MSSQL10.INST1\"\n\n"));
+  DbServerList list("");
+  scanSqlServerInstances(&list);
+  EXPECT_EQ(list.is64BitWindows(), 0);
+  EXPECT_EQ(list.count(3), 0);
+}
+
+}  // namespace
+}  // namespace discovery
