@@ -1,12 +1,54 @@
+#include <cstdio>
 #include <string>
 
+#include "crypto/password.h"
 #include "driver/instance_name.h"
 #include "driver/operations.h"
 #include "driver/report.h"
 #include "driver/server_lists.h"
+#include "framework/agent_config.h"
+#include "framework/config_writer.h"
 #include "framework/trace.h"
+#include "support/server_kind.h"
 
 namespace driver {
+
+namespace {
+
+constexpr const char* kKeyFileMarker = "{AES256:keyfile:a}";
+
+const char* Flag(const std::string& stored) { return stored == "true" ? "1" : "0"; }
+
+// The record's settings as the put reads them back.
+void WriteSettings(const config::DbConfig& record, const std::string& password,
+                   VFW::ConfigSection* section) {
+  section->writeEntry("db_login", record.getLoginName());
+  section->writeEntry("db_password", password);
+  section->writeEntry("db_ver", record.getVersion());
+  section->writeEntry("db_home", record.getHomeDir());
+  section->writeEntry("db_errorlog", record.getErrorLog());
+  if (GetServerKind() == kServerSqlServer) {
+    section->writeEntry("db_winauth", Flag(record.getWinAuthentication()));
+    section->writeEntry("db_lldbconn", Flag(record.getLongLiveConnect()));
+    section->writeEntry("db_extparms", record.getExtendedParams());
+    section->writeEntry("db_include", record.getIncludeDbNames());
+    section->writeEntry("db_tbld_daily", std::to_string(record.getTbldDailyFrequency()));
+    section->writeEntry("db_tbld_weekly", std::to_string(record.getTbldWeeklyFrequency()));
+    section->writeEntry("db_tbld_monthly", std::to_string(record.getTbldMonthlyFrequency()));
+    section->writeEntry("db_tbld_coll_stime_hour", std::to_string(record.getTbldCtimeHrs()));
+    section->writeEntry("db_tbld_coll_stime_minute", std::to_string(record.getTbldCtimeMins()));
+  }
+  if (GetServerKind() == kServerSybase) section->writeEntry("SYBASE_OCS", record.getOcsDir());
+  // Every stream ends with the Oracle entries: the library sets the kind to
+  // Oracle at this point, and the framework's readers expect the two lines.
+  SetServerKind(kServerOracle);
+  if (GetServerKind() != 0) {
+    section->writeEntry("db_tns", record.getTnsAdmin());
+    section->writeEntry("db_extparms", record.getExtendedParams());
+  }
+}
+
+}  // namespace
 
 int doConfigGet(const char* msn) {
   Ras1Scope trace("doConfigGet");
@@ -16,12 +58,38 @@ int doConfigGet(const char* msn) {
     REPORT_ERROR("Invalid format for MSN: %s.", msn);
     return 2;
   }
+  if (!isUsableInstanceName(instance)) {
+    REPORT_ERROR("Invalid agent instance name: %s", instance.c_str());
+    return 2;
+  }
   RAS1_Printf(RAS1_DETAIL, "doConfigGet", "Getting config for instance: %s", instance.c_str());
   const std::unique_ptr<DbConfigList> configured = getDbConfigList(instance);
-  if (configured == nullptr) {
+  const int kind = GetServerKind();
+  if (configured != nullptr) {
+    configured->ScanPreConfig(kind);
+    RAS1_Printf(RAS1_DETAIL, "doConfigGet", "Found %d configured servers",
+                configured->GetCount(kind));
+  }
+  const config::DbConfig* record =
+      configured != nullptr ? configured->FindByName(instance, kind) : nullptr;
+  if (record == nullptr) {
     REPORT_ERROR("Could not find configuration for server: %s", instance.c_str());
     return 2;
   }
+
+  // The stream always carries the key-file form of the password.
+  std::string password = record->getPassword();
+  if (password.find(kKeyFileMarker) == std::string::npos &&
+      !convertToVDBPassword(&password, record->getLoginName().c_str(), instance.c_str())) {
+    RAS1_Printf(RAS1_DETAIL, "doConfigGet", "The stored password of '%s' is written as stored",
+                instance.c_str());
+  }
+
+  VFW::AgentConfig settings;
+  WriteSettings(*record, password, settings.createInstance(instance)->addSection("DBSETTINGS"));
+  std::string stream;
+  if (!VFW::ConfigWriter(false).writeStream(settings, &stream)) return 6;
+  std::printf("%s", stream.c_str());
   return 0;
 }
 

@@ -23,6 +23,15 @@ bool getInstanceName(const char* msn, std::string* instanceName) {
   return true;
 }
 
+bool isUsableInstanceName(const std::string& name) {
+  if (name.size() >= 128) return false;
+  for (const char c : name) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) return false;
+    if (std::string_view("\\/:*?\"<>|").find(c) != std::string_view::npos) return false;
+  }
+  return true;
+}
+
 int doGetInstance(const char* msn) {
   Ras1Scope trace("doGetInstance");
   std::string instance;

@@ -11,6 +11,10 @@ namespace driver {
 // one without a colon or ending in its only colon (reported).
 [[nodiscard]] bool getInstanceName(const char* msn, std::string* instanceName);
 
+// False for a name that cannot be part of a file name: one holding
+// \ / : * ? " < > | or a control character, or of 128 bytes or more.
+[[nodiscard]] bool isUsableInstanceName(const std::string& name);
+
 // The -i operation: prints the instance name and a newline; 0, or 2 when the
 // MSN is not accepted.
 [[nodiscard]] int doGetInstance(const char* msn);

@@ -2,6 +2,8 @@
 
 #include "discovery/other_discovery.h"
 #include "discovery/sql_server_discovery.h"
+#include "framework/product_dirs.h"
+#include "framework/startup.h"
 #include "framework/trace.h"
 #include "support/server_kind.h"
 
@@ -34,8 +36,27 @@ std::unique_ptr<DbServerList> getDbServerList() {
   return list;
 }
 
-std::unique_ptr<DbConfigList> getDbConfigList(const std::string& /*instanceName*/) {
-  return nullptr;
+std::unique_ptr<DbConfigList> getDbConfigList(const std::string& instanceName) {
+  Ras1Scope trace("getDbConfigList");
+  std::string directory;
+  if (!VFW::Util::getMarloxConfigDir("SQ", &directory)) return nullptr;
+  directory.pop_back();  // its separator
+
+  // The agent directory reaches the list, and the programs the run starts,
+  // through the environment.
+  if (BSS1_PutEnv(("ORVAGT6_DIR=" + directory).c_str()) != 0) {
+    RAS1_Printf(RAS1_ERROR, "getDbConfigList", "ORVAGT6_DIR could not be set");
+  }
+  auto list = std::make_unique<DbConfigList>();
+  const std::string log = directory + "\\logs\\dbcfg_" + instanceName + ".log";
+  if (list->OpenLog(log) == 1) {
+    RAS1_Printf(RAS1_DETAIL, "getDbConfigList", "'%s' trace log opened successfully", log.c_str());
+  }
+  list->SetConsole(0);
+  list->Output(1, "\n\nStart Config -------------------------------------\n");
+  list->SetEtcDir("ORVAGT6_DIR");
+  list->SetPortNumber("PORTNUMBER");
+  return list;
 }
 
 }  // namespace driver

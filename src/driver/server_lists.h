@@ -5,18 +5,20 @@
 #include <memory>
 #include <string>
 
+#include "config/db_config_list.h"
 #include "discovery/db_server_list.h"
 
 namespace driver {
 
+using config::DbConfigList;
 using discovery::DbServerList;
-
-// Stand-in until the configuration store exists: no list is built, and the
-// operations take the paths they take for a missing list.
-struct DbConfigList {};
 
 // The servers of the current kind discovered on this machine.
 [[nodiscard]] std::unique_ptr<DbServerList> getDbServerList();
+
+// A new configured-server list whose run log dbcfg_<instanceName>.log is open
+// (when it can be), with the agent directory and port from the environment;
+// null when the product's configuration directory is unknown.
 [[nodiscard]] std::unique_ptr<DbConfigList> getDbConfigList(const std::string& instanceName);
 
 }  // namespace driver

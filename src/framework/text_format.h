@@ -9,7 +9,7 @@
 namespace VFW {
 
 // Formats `format` with `args` (which it consumes).
-[[nodiscard]] std::string vformat(const char* format, std::va_list args);
+[[nodiscard]] std::string vformat(const char* format, std::va_list args) SQXA_PRINTF(1, 0);
 [[nodiscard]] std::string format(const char* format, ...) SQXA_PRINTF(1, 2);
 
 }  // namespace VFW

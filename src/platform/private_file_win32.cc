@@ -38,9 +38,13 @@ class Handle {
 };
 
 // A security descriptor whose access list grants the current user every right
-// and nobody else anything.
+// and nobody else anything. It points into itself, so it stays where it is.
 class OwnerOnly {
  public:
+  OwnerOnly() = default;
+  OwnerOnly(const OwnerOnly&) = delete;
+  OwnerOnly& operator=(const OwnerOnly&) = delete;
+
   // 0 or an errno value.
   [[nodiscard]] int Build() {
     HANDLE raw_token = nullptr;

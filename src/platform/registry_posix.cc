@@ -198,20 +198,23 @@ bool CanStore(const std::string& name, uint32_t type, const std::string& data) {
   return name.find('\n') == std::string::npos && RegStoredFromText(type, data, &stored);
 }
 
-// An open key: the values and subkeys as they were when it was opened, kept up
-// to date with the changes made through it.
+// An open key. Like a key of the Windows registry it shows the hive as it is
+// now: changes made through other keys or by other processes are seen, since
+// its values and subkeys are read again whenever the file has changed.
 class FileKey final : public RegistryKey {
  public:
-  FileKey(std::string file, std::string path, uint32_t access, std::vector<RegValue> values,
-          std::vector<std::string> subkeys)
+  FileKey(std::string file, std::string path, uint32_t access, std::shared_ptr<const RegFile> seen,
+          std::vector<RegValue> values, std::vector<std::string> subkeys)
       : file_(std::move(file)),
         path_(std::move(path)),
         access_(access),
+        seen_(std::move(seen)),
         values_(std::move(values)),
         subkeys_(std::move(subkeys)) {}
 
   long EnumValue(uint32_t index, RegValue* value) override {
     if ((access_ & kKeyQueryValue) == 0) return kRegAccessDenied;
+    Refresh();
     if (index >= values_.size()) return kRegNoMoreItems;
     *value = values_[index];
     return kRegSuccess;
@@ -219,6 +222,7 @@ class FileKey final : public RegistryKey {
 
   long EnumSubKey(uint32_t index, std::string* name) override {
     if ((access_ & kKeyEnumerateSubKeys) == 0) return kRegAccessDenied;
+    Refresh();
     if (index >= subkeys_.size()) return kRegNoMoreItems;
     *name = subkeys_[index];
     return kRegSuccess;
@@ -226,6 +230,7 @@ class FileKey final : public RegistryKey {
 
   long QueryValue(const std::string& name, RegValue* value) override {
     if ((access_ & kKeyQueryValue) == 0) return kRegAccessDenied;
+    Refresh();
     for (const RegValue& candidate : values_) {
       if (RegNamesEqual(candidate.name, name)) {
         *value = candidate;
@@ -255,6 +260,20 @@ class FileKey final : public RegistryKey {
   }
 
  private:
+  // Reads the key again when the file is not the one last seen. A key deleted
+  // meanwhile shows no values and no subkeys.
+  void Refresh() {
+    const std::shared_ptr<const RegFile> hive = Cache().Get(file_);
+    if (hive == seen_) return;
+    seen_ = hive;
+    values_.clear();
+    subkeys_.clear();
+    RegFile::KeyId id = RegFile::kRoot;
+    if (!hive->FindKey(path_, &id)) return;
+    values_ = hive->Values(id);
+    for (RegFile::KeyId child : hive->SubKeys(id)) subkeys_.emplace_back(hive->KeyName(child));
+  }
+
   template <typename Change>
   long Modify(Change change) {
     return ModifyHive(file_, [&](RegTree* tree, bool* changed) {
@@ -270,6 +289,7 @@ class FileKey final : public RegistryKey {
   const std::string file_;
   const std::string path_;
   const uint32_t access_;
+  std::shared_ptr<const RegFile> seen_;  // the file the values and subkeys are from
   std::vector<RegValue> values_;
   std::vector<std::string> subkeys_;
 };
@@ -285,7 +305,8 @@ class FileRegistry final : public Registry {
     if (!hive->FindKey(path, &id)) return kRegFileNotFound;
     std::vector<std::string> subkeys;
     for (RegFile::KeyId child : hive->SubKeys(id)) subkeys.emplace_back(hive->KeyName(child));
-    *key = std::make_unique<FileKey>(file_, path, access, hive->Values(id), std::move(subkeys));
+    *key =
+        std::make_unique<FileKey>(file_, path, access, hive, hive->Values(id), std::move(subkeys));
     return kRegSuccess;
   }
 
@@ -301,7 +322,8 @@ class FileRegistry final : public Registry {
       return kRegSuccess;
     });
     if (status != kRegSuccess) return status;
-    *key = std::make_unique<FileKey>(file_, path, access, std::move(values), std::move(subkeys));
+    *key = std::make_unique<FileKey>(file_, path, access, nullptr, std::move(values),
+                                     std::move(subkeys));
     return kRegSuccess;
   }
 

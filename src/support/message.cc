@@ -202,6 +202,7 @@ std::string BuildHeader(const Switches& s, const char* id, char letter, const ch
   return header;
 }
 
+SQXA_PRINTF(6, 0)
 void WriteMessage(const char* routine, const char* source_file, int line, const char* type,
                   const char* message_id, const char* format, std::va_list args) {
   MessageState& state = State();

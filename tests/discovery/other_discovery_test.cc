@@ -4,7 +4,7 @@
 #include <fstream>
 #include <string>
 
-#include "discovery/host_registry.h"
+#include "common/host_registry.h"
 #include "discovery/other_discovery.h"
 #include "platform/system.h"
 #include "support/capture.h"

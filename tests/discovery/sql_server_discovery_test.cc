@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "discovery/db_server_list.h"
-#include "discovery/host_registry.h"
+#include "common/host_registry.h"
 #include "discovery/local_config_log.h"
 #include "discovery/sql_server_discovery.h"
 #include "platform/system.h"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "discovery/db_server_list.h"
-#include "discovery/host_registry.h"
+#include "common/host_registry.h"
 #include "discovery/sql_server_discovery.h"
 
 namespace discovery {

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "discovery/host_registry.h"
+#include "common/host_registry.h"
 #include "discovery/sql_server_discovery.h"
 #include "platform/registry.h"
 

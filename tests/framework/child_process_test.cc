@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "common/line_ends.h"
 #include "framework/child_process.h"
 
 namespace {
@@ -10,7 +11,7 @@ std::string Drain(VFW::Process::OutputPipe& pipe) {
   std::string text;
   char chunk[1024];
   for (int n; (n = pipe.read(chunk, sizeof chunk)) > 0;) text.append(chunk, static_cast<size_t>(n));
-  return text;
+  return sqxa_test::WithLf(text);
 }
 
 TEST(ChildProcessTest, FeedsInputWaitsAndHandsBackOutput) {

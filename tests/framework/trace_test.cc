@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "common/line_ends.h"
 #include "framework/trace.h"
 #include "platform/files.h"
 #include "platform/system.h"
@@ -32,7 +33,7 @@ class TraceTest : public ::testing::Test {
     RAS1_Shutdown();
     std::string text;
     if (platform::ReadFileContents(path_, &text) != 0) return "<no file>";
-    return text;
+    return sqxa_test::WithLf(text);
   }
   std::string path_;
 };

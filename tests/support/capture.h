@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include "common/line_ends.h"
+
 struct Captured {
   std::string out;
   std::string err;
@@ -21,7 +23,7 @@ inline Captured Capture(const std::function<void()>& code) {
   std::fflush(stdout);
   std::fflush(stderr);
   Captured captured;
-  captured.err = ::testing::internal::GetCapturedStderr();
-  captured.out = ::testing::internal::GetCapturedStdout();
+  captured.err = sqxa_test::WithLf(::testing::internal::GetCapturedStderr());
+  captured.out = sqxa_test::WithLf(::testing::internal::GetCapturedStdout());
   return captured;
 }

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+#include "common/line_ends.h"
 #include "platform/system.h"
 #include "support/capture.h"
 #include "support/config_log.h"
@@ -28,7 +29,7 @@ class ConfigLogTest : public ::testing::Test {
     std::ifstream in(path, std::ios::binary);
     std::stringstream text;
     text << in.rdbuf();
-    return text.str();
+    return sqxa_test::WithLf(text.str());
   }
   fs::path dir_;
 };

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 
+#include "common/line_ends.h"
 #include "platform/system.h"
 #include "support/capture.h"
 #include "support/message.h"
@@ -36,7 +37,7 @@ class MessageOutputTest : public ::testing::Test {
     if (!in) return "<missing>";
     std::stringstream text;
     text << in.rdbuf();
-    return text.str();
+    return sqxa_test::WithLf(text.str());
   }
   fs::path dir_;
 };

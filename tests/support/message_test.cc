@@ -105,23 +105,4 @@ TEST_F(MessageTest, TextsIdsPrefixAndPrebuiltMessages) {
             "CAT1995CAT1995E " + t + "- Can't open\n");
 }
 
-TEST_F(MessageTest, AWriteThatFailsGoesToStandardErrorMarked) {
-  const std::string path =
-      (std::filesystem::temp_directory_path() / "sqxa_msg_readonly.txt").string();
-  {
-    std::FILE* create = std::fopen(path.c_str(), "w");
-    ASSERT_NE(create, nullptr);
-    std::fclose(create);
-  }
-  std::FILE* read_only = std::fopen(path.c_str(), "r");
-  ASSERT_NE(read_only, nullptr);
-  msg_set_output_for_testing(read_only);
-  const Captured got = Capture([] { msg_write(nullptr, "vdbutil", 7, "w", "abc1234", "lost"); });
-  msg_set_output_for_testing(nullptr);
-  std::fclose(read_only);
-  std::filesystem::remove(path);
-  EXPECT_EQ(got.out, "");
-  EXPECT_EQ(got.err, "+ ABC1234W VDBUTIL(7) " + Thread() + "lost\n");
-}
-
 }  // namespace

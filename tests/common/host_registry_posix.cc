@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "discovery/host_registry.h"
+#include "common/host_registry.h"
 #include "platform/system.h"
 
 namespace sqxa_test {

@@ -1,4 +1,4 @@
-#include "discovery/host_registry.h"
+#include "common/host_registry.h"
 
 namespace sqxa_test {
 

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "discovery/host_registry.h"
+#include "common/host_registry.h"
 #include "platform/system.h"
 
 namespace sqxa_test {
@@ -13,7 +13,7 @@ namespace sqxa_test {
 bool LoadHost(const std::string& regText) {
   for (const char* root :
        {"HKLM\\Software\\Microsoft\\Microsoft SQL Server", "HKLM\\Software\\Microsoft\\MSSQLServer",
-        "HKLM\\Software\\Oracle", "HKLM\\Software\\Sybase"}) {
+        "HKLM\\Software\\Oracle", "HKLM\\Software\\Sybase", "HKLM\\Software\\Marlox"}) {
     (void)std::system(("reg delete \"" + std::string(root) + "\" /f >nul 2>&1").c_str());
   }
   // reg reads a file as the Registry Editor writes it: UTF-16LE with a byte

@@ -1,5 +1,5 @@
 // Puts the registry of a test host in place: .reg text whose keys lie under
-// HKEY_LOCAL_MACHINE\Software (the SQL Server, Oracle and Sybase keys).
+// HKEY_LOCAL_MACHINE\Software (the SQL Server, Oracle, Sybase and product keys).
 #pragma once
 
 #include <string>

@@ -1,0 +1,115 @@
+// The configured servers of a run, grouped by server kind, with the run's
+// configuration log, the output channels of the files being generated and the
+// product's install settings.
+#pragma once
+
+#include <array>
+#include <cstdarg>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/db_config.h"
+#include "platform/printf_format.h"
+#include "support/config_log.h"
+
+namespace discovery {
+class DbServer;
+}
+
+namespace config {
+
+inline constexpr int kConfigKindSlots = 50;
+// Service numbers run from 0 below this bound for every kind 1 to 4.
+inline constexpr int kMaxInstancesPerKind = 50;
+[[nodiscard]] int VDBServerMaxInstances(int kind);
+
+// Forms of the install settings.
+inline constexpr int kFormStored = 0;
+inline constexpr int kFormResolved = 1;
+inline constexpr int kFormAtSign = 2;   // "@ETCPATH@"
+inline constexpr int kFormPercent = 3;  // "%ETCPATH%"
+
+class DbConfigList {
+ public:
+  DbConfigList();
+  virtual ~DbConfigList();
+  DbConfigList(const DbConfigList&) = delete;
+  DbConfigList& operator=(const DbConfigList&) = delete;
+
+  // --- Records (each operation works on one kind's array) ---
+  [[nodiscard]] int GetCount(int kind) const;
+  [[nodiscard]] DbConfig* GetAt(int index, int kind) const;
+  // Takes the record; answers its index.
+  int Add(std::unique_ptr<DbConfig> record, int kind);
+  // Removes and destroys the record when it is in the kind's array.
+  void Delete_Config(const DbConfig* record, int kind);
+  [[nodiscard]] int HasServer(const std::string& name, int kind) const;
+  [[nodiscard]] DbConfig* FindServer(const discovery::DbServer& server, int kind) const;
+  [[nodiscard]] DbConfig* FindConfig(const DbConfig& record, int kind) const;
+  // The first record whose name is exactly `name`.
+  [[nodiscard]] DbConfig* FindByName(const std::string& name, int kind) const;
+  int PrintServers(int kind);
+  void PrintConfigs(int kind);
+
+  // --- The configuration log and the output channels ---
+  int OpenLog(const std::string& path) { return log_.OpenLog(path); }
+  void CloseLog() { log_.CloseLog(); }
+  void SetConsole(int console) { log_.SetConsole(console); }
+  void LogTimestamped(const char* text) { log_.LogTimestamped(text); }
+  void Output(int channel, const char* format, ...) SQXA_PRINTF(3, 4);
+  [[nodiscard]] support::ConfigLog& Log() { return log_; }
+
+  [[nodiscard]] int GetCommonCollector() const { return common_collector_; }
+  void SetCommonCollector(int value) { common_collector_ = value; }
+
+  // --- Install settings ---
+  void SetEtcDir(const char* variable);
+  void SetLogDir(const char* variable);
+  void SetBinDir(const char* variable);
+  void SetDllDir(const char* variable);
+  void SetPortNumber(const char* variable);
+  void SetHostName(const char* variable);
+  void SetSecondHostName(const char* variable);
+  [[nodiscard]] std::string GetEtcDir(int form) const;
+  [[nodiscard]] std::string GetLogDir(int form) const;
+  [[nodiscard]] std::string GetPortNumber(int form) const;
+  [[nodiscard]] std::string GetBinDir(int form) const;
+  [[nodiscard]] std::string GetDllDir(int form) const;
+  [[nodiscard]] const std::string& GetHostName() const { return host_name_; }
+  // 1 when `homeDir` is not the home of the default SQL Server instance.
+  [[nodiscard]] int IsNamedInstance(const std::string& homeDir);
+  // Reads install directories of the product from a machine's registry into the
+  // process-wide overrides of the setters.
+  void ReadInstallDirs(const char* machine);
+
+  // --- Configured instances ---
+  // The instance names the include file lists (whose .ini files exist).
+  int GetPreConfigList(int kind, std::vector<std::string>* names);
+  // Rebuilds the kind's records from the include file and the registry.
+  void ScanPreConfig(int kind);
+
+  // --- Service numbers ---
+  [[nodiscard]] int GetServiceNumber(int kind, const DbConfig& record);
+  [[nodiscard]] int GetAvailServiceNumber(int kind);
+  int GetAvailServiceNumberbyConfigType(int kind, int ignored);
+
+ private:
+  void OutputV(int channel, const char* format, std::va_list args) SQXA_PRINTF(3, 0);
+  void DumpConfig(const DbConfig& record, int kind);
+  [[nodiscard]] std::vector<std::unique_ptr<DbConfig>>* Records(int kind);
+  [[nodiscard]] const std::vector<std::unique_ptr<DbConfig>>* Records(int kind) const;
+
+  std::string host_name_;
+  std::string second_host_name_;
+  std::string port_number_;
+  std::string etc_dir_;
+  std::string log_dir_;
+  std::string bin_dir_;
+  std::string dll_dir_;
+  support::ConfigLog log_;
+  int common_collector_ = 0;
+  std::array<std::vector<std::unique_ptr<DbConfig>>, kConfigKindSlots> records_;
+};
+
+}  // namespace config

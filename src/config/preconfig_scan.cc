@@ -1,0 +1,199 @@
+// The list of configured instances rebuilt from the include file, which names
+// each instance's management-agent file, and from each instance's registry key.
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/db_config_list.h"
+#include "config/instance_files.h"
+#include "discovery/registry_lookup.h"
+#include "platform/files.h"
+#include "platform/registry.h"
+#include "support/strings.h"
+
+namespace config {
+
+namespace {
+
+// The text values of an instance key that fill a record.
+struct ScannedValues {
+  std::string server_id, logon, password, version, home, errorlog, cluster, ocs, tns_admin;
+  std::string disable_cursors, long_live, win_auth, include_names, port;
+  int service_number = -1;
+};
+
+// The integer settings carry over from one instance to the next when a key
+// lacks them: the scan has always kept them between records.
+struct CarriedNumbers {
+  int daily = 0, weekly = 0, monthly = 0, hours = 0, minutes = 0;
+  int startup_rows = 0, startup_time = 0, max_rows = 0;
+};
+
+bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* numbers) {
+  const struct {
+    const char* name;
+    std::string* target;
+  } texts[] = {{"COLL_SERVERID", &text->server_id},
+               {"COLL_LOGON", &text->logon},
+               {"COLL_PASSWORD", &text->password},
+               {"COLL_DBVERSION", &text->version},
+               {"COLL_DBHOME", &text->home},
+               {"COLL_ERRORLOG", &text->errorlog},
+               {"COLL_CLUSTERSERVER", &text->cluster},
+               {"SYBASE_OCS", &text->ocs},
+               {"TNS_ADMIN", &text->tns_admin},
+               {"COLL_DISABLE_CURSORS", &text->disable_cursors},
+               {"COLL_LONG_LIVE_CONNECT", &text->long_live},
+               {"COLL_WINAUTHENTICATION", &text->win_auth},
+               {"COLL_INCLUDE_DBNAMES", &text->include_names},
+               {"COLL_PORT", &text->port}};
+  for (const auto& entry : texts) {
+    if (str_icmp(value.name.c_str(), entry.name) == 0) {
+      *entry.target = value.data;
+      return true;
+    }
+  }
+  const struct {
+    const char* name;
+    int* target;
+  } decimals[] = {{"COLL_SERVICENUMBER", &text->service_number},
+                  {"COLL_TBLD_DAILY_FREQUENCY", &numbers->daily},
+                  {"COLL_TBLD_WEEKLY_FREQUENCY", &numbers->weekly},
+                  {"COLL_TBLD_MONTHLY_FREQUENCY", &numbers->monthly},
+                  {"COLL_TBLD_CTIME_HRS", &numbers->hours},
+                  {"COLL_TBLD_CTIME_MINS", &numbers->minutes},
+                  {"COLL_ERRORLOG_STARTUP_MAX_EVENT_ROW", &numbers->startup_rows},
+                  {"COLL_ERRORLOG_STARTUP_MAX_TIME", &numbers->startup_time},
+                  {"COLL_ERRORLOG_MAX_EVENT_ROW", &numbers->max_rows}};
+  for (const auto& entry : decimals) {
+    if (str_icmp(value.name.c_str(), entry.name) == 0) {
+      *entry.target = std::atoi(value.data.c_str());
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+int DbConfigList::GetPreConfigList(int kind, std::vector<std::string>* names) {
+  const InstanceFileNames* files = InstanceFilesOf(kind);
+  if (files == nullptr || files->include_file == nullptr) return 0;
+  const std::string etc = GetEtcDir(kFormResolved);
+  const std::string include = etc + "\\" + files->include_file;
+  const std::string prefix = "Add=" + etc + "\\" + files->ini_stem;
+
+  const platform::File file = platform::OpenFile(include, "r");
+  if (file == nullptr) return 0;
+  char buffer[256];
+  while (std::fgets(buffer, sizeof buffer, file.get()) != nullptr) {
+    if (buffer[0] == '[' || buffer[0] == '\0' || buffer[0] != 'A') continue;
+    const std::string line = str_trim(str_trim(buffer, 'T', " \t\r\n"), 'L', " \t");
+    if (line.compare(0, 4, "Add=") != 0) continue;
+    const std::string path = line.substr(4);
+    if (!platform::FileExists(path)) continue;
+    // The name runs from the stem to the first "." of the line, wherever that
+    // is: a directory with a "." before the stem gives no name.
+    const size_t stem = line.find(files->ini_stem);
+    if (stem == std::string::npos) continue;
+    const size_t start = stem + std::string(files->ini_stem).size();
+    const size_t dot = line.find('.');
+    const std::string name =
+        dot == std::string::npos || dot < start ? "" : line.substr(start, dot - start);
+    Output(1, "GetPreConfigList: csPrefix: %s\n", prefix.c_str());
+    Output(1, "GetPreConfigList: csTempName: %s\n", line.c_str());
+    Output(1, "GetPreConfigList: csTempName2: %s\n", path.c_str());
+    Output(1, "GetPreConfigList: csServerName: %s\n", name.c_str());
+    bool known = false;
+    for (const std::string& existing : *names) known = known || existing == name;
+    if (!known) names->push_back(name);
+  }
+  return static_cast<int>(names->size());
+}
+
+void DbConfigList::ScanPreConfig(int kind) {
+  Output(1, "ScanPreConfig: enter\n");
+  std::vector<std::string> names;
+  GetPreConfigList(kind, &names);
+  Output(1, "ScanPreConfig: After GetPreConfigList :ServerCount[%d]\n",
+         static_cast<int>(names.size()));
+
+  const InstanceFileNames* files = InstanceFilesOf(kind);
+  std::unique_ptr<platform::Registry> hive;
+  (void)platform::Registry::Connect("", &hive);
+  CarriedNumbers numbers;
+  for (size_t n = 0; n < names.size(); ++n) {
+    Output(1, "ScanPreConfig: discovering config for configured server #%d\n", static_cast<int>(n));
+    const std::string key_path = std::string(files->registry_stem) + names[n] + "\\Environment";
+    Output(1, "ScanPreConfig: registry string: %s\n", key_path.c_str());
+
+    ScannedValues text;
+    if (const auto key = discovery::openForValues(hive.get(), key_path, 0); key == nullptr) {
+      Output(1, "ScanPreConfig: accessing registry key '%s' failed\n", key_path.c_str());
+    } else {
+      platform::RegValue value;
+      for (uint32_t i = 0;; ++i) {
+        Output(1, "ScanPreConfig: acquiring registry key value #%d\n", static_cast<int>(i));
+        if (key->EnumValue(i, &value) != platform::kRegSuccess) {
+          Output(1, "ScanPreConfig: acquiring registry key value #%d failed\n",
+                 static_cast<int>(i));
+          break;
+        }
+        Output(1, "ScanPreConfig: acquired registry key value #%d (%s) = '%s'\n",
+               static_cast<int>(i), value.name.c_str(), value.data.c_str());
+        if (!Take(value, &text, &numbers)) {
+          Output(1, "ScanPreConfig: ignoring registry key value #%d: '%s'\n", static_cast<int>(i),
+                 value.name.c_str());
+        }
+      }
+    }
+
+    auto record = std::make_unique<DbConfig>();
+    record->setServerName(text.server_id);
+    record->setLoginName(text.logon);
+    record->setPassword(text.password);
+    record->setVersion(text.version);
+    record->setHomeDir(text.home);
+    record->setErrorLog(text.errorlog);
+    record->setServerType(kind);
+    record->setWinAuthentication(text.win_auth);
+    record->setLongLiveConnect(text.long_live);
+    record->setIncludeDbNames(text.include_names);
+    record->setPort(text.port);
+    record->setTbldDailyFrequency(numbers.daily);
+    record->setTbldWeeklyFrequency(numbers.weekly);
+    record->setTbldMonthlyFrequency(numbers.monthly);
+    record->setTbldCtimeHrs(numbers.hours);
+    record->setTbldCtimeMins(numbers.minutes);
+    record->setErrorlogStartupMaxEventRow(numbers.startup_rows);
+    record->setErrorlogStartupMaxTime(numbers.startup_time);
+    record->setErrorlogMaxEventRow(numbers.max_rows);
+    if (kind == 3) {
+      Output(1, "ScanPreConfig: setting MS SQL cluster server name '%s'\n", text.cluster.c_str());
+      record->setClusterServer(text.cluster);
+      record->setExtendedParams(text.disable_cursors);
+    } else if (kind == 2) {
+      record->setOcsDir(text.ocs);
+    } else if (kind == 1) {
+      record->setTnsAdmin(text.tns_admin);
+      record->setExtendedParams(text.disable_cursors);
+    }
+    record->setConfigType(kConfigScanned);
+    record->setServiceNumber(text.service_number);
+    if (text.service_number == -1) {
+      const int number = GetServiceNumber(kind, *record);
+      Output(1,
+             "ScanPreConfig: setting missing service number for server '%s' "
+             ":GetServiceNumber:[%d]\n",
+             record->getServerName().c_str(), number);
+      record->setServiceNumber(number);
+    }
+    Output(1, "ScanPreConfig: add configured server:\n");
+    Add(std::move(record), kind);
+  }
+  Output(1, "ScanPreConfig: exit\n");
+}
+
+}  // namespace config

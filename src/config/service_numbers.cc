@@ -1,0 +1,170 @@
+// Service numbers: read back from an instance's management-agent file, and
+// handed out lowest first to instances that need one.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "config/db_config_list.h"
+#include "config/instance_files.h"
+#include "platform/files.h"
+#include "support/memory.h"
+
+namespace config {
+
+namespace {
+
+// One flag per service number of a kind, from the checked allocator.
+class NumberFlags {
+ public:
+  explicit NumberFlags(int count)
+      : count_(count),
+        flags_(
+            static_cast<bool*>(util_malloc(static_cast<int>(sizeof(bool)) * count, "vdbixdcl",
+                                           __LINE__, "sizeof(bool) * VDBServerMaxInstances[db]"))) {
+    if (flags_ != nullptr) std::memset(flags_.get(), 0, sizeof(bool) * static_cast<size_t>(count));
+  }
+  [[nodiscard]] bool ok() const { return flags_ != nullptr; }
+  // Numbers beyond the kind's bound have no flag and are ignored.
+  void take(int number) {
+    if (number >= 0 && number < count_) flags_.get()[number] = true;
+  }
+  [[nodiscard]] bool taken(int number) const { return flags_.get()[number]; }
+
+ private:
+  struct Free {
+    void operator()(bool* flags) const { util_free(flags); }
+  };
+  int count_;
+  std::unique_ptr<bool, Free> flags_;
+};
+
+}  // namespace
+
+int DbConfigList::GetServiceNumber(int kind, const DbConfig& record) {
+  Output(1, "\nGetServiceNumber: enter\n");
+  const InstanceFileNames* files = kind >= 1 && kind <= 4 ? InstanceFilesOf(kind) : nullptr;
+  if (files == nullptr) return -2;
+  const std::string path =
+      GetEtcDir(kFormResolved) + "\\" + files->ini_stem + record.getServerName() + ".ini";
+  const platform::File file = platform::OpenFile(path, "r");
+  if (file == nullptr) {
+    Output(1, "\nERROR: can't open file '%s'\n", path.c_str());
+    return -3;
+  }
+  const size_t prefix_length = std::strlen(files->agent_section);
+  char line[512];
+  while (std::fgets(line, sizeof line, file.get()) != nullptr) {
+    Output(1, "GetServiceNumber: read line\n");
+    if (line[0] == ';' || line[0] == '\0') continue;
+    Output(1, "GetServiceNumber: Comparing line '%s' with '%s'\n", line, files->agent_section);
+    if (std::strncmp(line, files->agent_section, prefix_length) != 0) continue;
+    const char* rest = line + prefix_length;
+    Output(1, "GetServiceNumber: Line match, strNum is '%s'\n", rest);
+    const int number = std::atoi(rest);
+    Output(1, "GetServiceNumber: Returning %d\n", number);
+    Output(1, "GetServiceNumber: exit\n");
+    return number;
+  }
+  Output(1, "GetServiceNumber: exit\n");
+  return -1;
+}
+
+int DbConfigList::GetAvailServiceNumber(int kind) {
+  int result = -10;
+  Output(1, "\nGetAvailServiceNumber: enter\n");
+  if (kind < 1 || kind > 4) {
+    Output(1, "\nERROR: invalid db type '%d'\n", kind);
+    Output(1, "GetAvailServiceNumber: exit, availnum=%d\n", -1);
+    return -1;
+  }
+  const int maximum = VDBServerMaxInstances(kind);
+  Output(1, "GetAvailServiceNumber: Initializing boolean array to a size of %d\n", maximum);
+  NumberFlags flags(maximum);
+  if (!flags.ok()) {
+    Output(1, "\nERROR: unable to alloc bool array'\n");
+    Output(1, "GetAvailServiceNumber: exit, availnum=%d\n", -2);
+    return -2;
+  }
+  Output(
+      1,
+      "GetAvailServiceNumber: Initializing current service numbers in use, there are %d of them\n",
+      GetCount(kind));
+  for (int i = 0; i < GetCount(kind); ++i) {
+    const DbConfig& record = *GetAt(i, kind);
+    const std::string name = record.getServerName();
+    Output(1, "GetAvailServiceNumber: Got a configured server '%s'\n", name.c_str());
+    const int number = GetServiceNumber(kind, record);
+    Output(1, "GetAvailServiceNumber: server '%s' service number is %d\n", name.c_str(), number);
+    if (number < 0) {
+      Output(1, "ERROR: unable to obtain service num for '%s'\n", name.c_str());
+      Output(1, "GetAvailServiceNumber: exit, availnum=%d\n", -3);
+      return -3;
+    }
+    Output(1, "GetAvailServiceNumber: Setting service number %d as unavailable\n", number);
+    flags.take(number);
+  }
+  Output(1, "GetAvailServiceNumber: Hunting for available service number\n");
+  for (int number = 0; number < maximum; ++number) {
+    Output(1, "GetAvailServiceNumber: Checking boolean array[%d]\n", number);
+    if (!flags.taken(number)) {
+      Output(1, "GetAvailServiceNumber: Service number %d is available\n", number);
+      result = number;
+      break;
+    }
+  }
+  if (result < 0) {
+    Output(1, "GetAvailServiceNumber: Maximum instances (%d) are already configured\n", maximum);
+  }
+  Output(1, "GetAvailServiceNumber: exit, availnum=%d\n", result);
+  return result;
+}
+
+int DbConfigList::GetAvailServiceNumberbyConfigType(int kind, int /*ignored*/) {
+  Output(1, "\nGetAvailServiceNumberbyConfigType: enter\n");
+  if (kind < 1 || kind > 4) {
+    Output(1, "\nERROR: invalid db type '%d'\n", kind);
+    return -1;
+  }
+  const int maximum = VDBServerMaxInstances(kind);
+  NumberFlags flags(maximum);
+  if (!flags.ok()) {
+    Output(1, "\nERROR: unable to alloc bool array'\n");
+    return -2;
+  }
+  for (int i = 0; i < GetCount(kind); ++i) {
+    DbConfig& record = *GetAt(i, kind);
+    const std::string name = record.getServerName();
+    const int number = record.getServiceNumber();
+    const int type = record.getConfigType();
+    if (type != kConfigScanned && type != kConfigChanged) {
+      Output(1, "Server [%s] SERVICE NUMBER [%d] NOT IN USE , Configtype[%d]\n", name.c_str(),
+             number, type);
+    } else if (number >= 0) {
+      Output(1, "Server [%s] SERVICE NUMBER [%d] IN USE, Config Type[%d]\n", name.c_str(), number,
+             type);
+      flags.take(number);
+    } else {
+      Output(1, "ERROR: unable to obtain service num for '%s'\n", name.c_str());
+      record.setConfigType(kConfigNew);
+      Output(1, "MODIFY: change CONFIG TYPE [%s] to 'CONFIG_NEW'\n", name.c_str());
+    }
+  }
+  Output(1, "GetAvailServiceNumberbyConfigType: Hunting for available service number\n");
+  for (int i = 0; i < GetCount(kind); ++i) {
+    DbConfig& record = *GetAt(i, kind);
+    if (record.getConfigType() != kConfigNew && record.getConfigType() != kConfigNone) continue;
+    for (int number = 0; number < maximum; ++number) {
+      if (flags.taken(number)) continue;
+      record.setServiceNumber(number);
+      flags.take(number);
+      Output(1, "Assigned ServiceNumber[%d] : Server [%s] \n", number,
+             record.getServerName().c_str());
+      break;
+    }
+  }
+  Output(1, "GetAvailServiceNumberbyConfigType: exit\n");
+  return 0;
+}
+
+}  // namespace config

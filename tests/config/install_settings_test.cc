@@ -1,0 +1,97 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "common/host_registry.h"
+#include "config/db_config_list.h"
+#include "platform/system.h"
+#include "support/capture.h"
+#include "support/message.h"
+
+namespace config {
+namespace {
+
+class InstallSettingsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    msg_reset_for_testing();
+    for (const char* name :
+         {"SQXA_T_ETC", "SQXA_T_LOG", "SQXA_T_BIN", "SQXA_T_DLL", "SQXA_T_PORT"}) {
+      ASSERT_TRUE(platform::SetEnvironment(name, ""));
+    }
+  }
+};
+
+TEST_F(InstallSettingsTest, FormsOfUnsetSettings) {
+  DbConfigList list;
+  list.SetConsole(0);
+  (void)Capture([&] {  // the unset variables are reported
+    list.SetEtcDir("SQXA_T_ETC");
+    list.SetLogDir("SQXA_T_LOG");
+    list.SetBinDir("SQXA_T_BIN");
+    list.SetDllDir("SQXA_T_DLL");
+    list.SetPortNumber("SQXA_T_PORT");
+  });
+  const std::string cwd = platform::CurrentDirectory();
+  EXPECT_EQ(list.GetEtcDir(1), cwd);
+  EXPECT_EQ(list.GetLogDir(1), "\\logs");  // built on the stored, empty, etc setting
+  EXPECT_EQ(list.GetBinDir(1), cwd);       // built on the resolved one
+  EXPECT_EQ(list.GetDllDir(1), "");
+  EXPECT_EQ(list.GetPortNumber(1), "1999");
+  EXPECT_EQ(list.GetEtcDir(2), "@ETCPATH@");
+  EXPECT_EQ(list.GetLogDir(3), "%LOGPATH%");
+  EXPECT_EQ(list.GetPortNumber(2), "@PORTNUMBER@");
+  EXPECT_EQ(list.GetBinDir(3), "%BINPATH%");
+  EXPECT_EQ(list.GetDllDir(2), "@DLLPATH@");
+  EXPECT_EQ(list.GetPortNumber(4), "");
+}
+
+TEST_F(InstallSettingsTest, FormsOfSetSettings) {
+  ASSERT_TRUE(platform::SetEnvironment("SQXA_T_ETC", "C:\\agent"));
+  ASSERT_TRUE(platform::SetEnvironment("SQXA_T_PORT", "1920"));
+  DbConfigList list;
+  list.SetConsole(0);
+  list.SetEtcDir("SQXA_T_ETC");
+  list.SetPortNumber("SQXA_T_PORT");
+  EXPECT_EQ(list.GetEtcDir(0), "C:\\agent");
+  EXPECT_EQ(list.GetEtcDir(1), "C:\\agent");
+  EXPECT_EQ(list.GetEtcDir(4), "C:\\agent");
+  EXPECT_EQ(list.GetLogDir(1), "C:\\agent\\logs");
+  EXPECT_EQ(list.GetLogDir(4), "");
+  EXPECT_EQ(list.GetDllDir(1), "C:\\agent");
+  EXPECT_EQ(list.GetBinDir(1), "C:\\agent");
+  EXPECT_EQ(list.GetBinDir(4), "");
+  EXPECT_EQ(list.GetPortNumber(1), "1920");
+}
+
+TEST_F(InstallSettingsTest, UnsetVariablesAreReported) {
+  DbConfigList list;
+  list.SetConsole(0);
+  const Captured got = Capture([&] { list.SetEtcDir("SQXA_T_NEVER_SET"); });
+  EXPECT_NE(got.out.find("UEN0015W VDBUTIL(1897) "), std::string::npos) << got.out;
+  EXPECT_NE(got.out.find("Environment variable \"SQXA_T_NEVER_SET\" not set\n"), std::string::npos);
+}
+
+TEST_F(InstallSettingsTest, NamedInstancesDifferFromTheDefaultHome) {
+  DbConfigList list;
+  list.SetConsole(0);
+  ASSERT_TRUE(
+      sqxa_test::LoadHost("Windows Registry Editor Version 5.00\n\n"
+                          "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\MSSQLServer\\Setup]\n"
+                          "\"SQLPath\"=\"C:\\\\SQL\\\\MSSQL\"\n\n"));
+  EXPECT_EQ(list.IsNamedInstance("c:\\sql\\mssql"), 0);
+  EXPECT_EQ(list.IsNamedInstance("C:\\SQL\\MSSQL10.INST1"), 1);
+
+  ASSERT_TRUE(sqxa_test::LoadHost("Windows Registry Editor Version 5.00\n\n"));
+  list.SetConsole(1);
+  const Captured got = Capture([&] {
+    EXPECT_EQ(list.IsNamedInstance(""), 0);
+    EXPECT_EQ(list.IsNamedInstance("C:\\SQL"), 1);
+  });
+  list.SetConsole(0);
+  EXPECT_NE(got.out.find("Unable to open key : Software\\Microsoft\\MSSQLServer\\Setup\n"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace config

@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/host_registry.h"
+#include "config/config_test_home.h"
+#include "config/db_config_list.h"
+#include "support/capture.h"
+
+namespace config {
+namespace {
+
+class PreConfigScanTest : public ConfigTestHome {
+ protected:
+  void SetUp() override {
+    ConfigTestHome::SetUp();
+    list_ = std::make_unique<DbConfigList>();
+    list_->SetConsole(0);
+    list_->SetEtcDir("ORVAGT6_DIR");
+  }
+  void TearDown() override {
+    list_.reset();
+    ConfigTestHome::TearDown();
+  }
+  std::string Add(const std::string& name) {
+    return "Add=" + Etc() + "\\VSQMMA_" + name + ".ini\n";
+  }
+  std::unique_ptr<DbConfigList> list_;
+};
+
+TEST_F(PreConfigScanTest, IncludeFileNamesExistingInstancesOnce) {
+  Write("VSQMMA_INST1.ini", "");
+  Write("VSQMMA_INST2.ini", "");
+  Write("VSQMMA_INST3.ini", "");
+  const std::string last = Add("INST2");
+  Write("vsqinc.ini", "[Include]\n" + Add("INST1") + Add("GONE") + "  " + Add("INST3") +
+                          Add("INST1") + "Add=\n; comment\n" + std::string(400, 'A') + "\n" +
+                          last.substr(0, last.size() - 1));  // no final newline
+  std::vector<std::string> names;
+  EXPECT_EQ(list_->GetPreConfigList(3, &names), 2);
+  // An indented line does not begin with "A"; a missing file adds nothing.
+  EXPECT_EQ(names, (std::vector<std::string>{"INST1", "INST2"}));
+  EXPECT_EQ(list_->GetPreConfigList(4, &names), 0);  // kind 4 has no include file
+}
+
+TEST_F(PreConfigScanTest, MissingIncludeFileGivesAnEmptyScan) {
+  std::vector<std::string> names;
+  EXPECT_EQ(list_->GetPreConfigList(3, &names), 0);
+  list_->ScanPreConfig(3);
+  EXPECT_EQ(list_->GetCount(3), 0);
+}
+
+TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
+  Write("VSQMMA_INST1.ini", "[VMAMSSQLAgent4]\n");
+  Write("VSQMMA_INST2.ini", "[VMAMSSQLAgent6]\n");
+  Write("VSQMMA_INST3.ini", "[VMAMSSQLAgent9]\n");
+  Write("vsqinc.ini", Add("INST1") + Add("INST2") + Add("INST3"));
+  ASSERT_TRUE(
+      sqxa_test::LoadHost("Windows Registry Editor Version 5.00\n\n"
+                          "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\INST1\\Environment]\n"
+                          "\"COLL_CLUSTERSERVER\"=\"VSQL1\"\n\"COLL_DBHOME\"=\"C:\\\\SQL\"\n"
+                          "\"COLL_DISABLE_CURSORS\"=\"Y\"\n\"COLL_LOGON\"=\"sa\"\n\"COLL_"
+                          "PASSWORD\"=\"{AES256:keyfile:a}x\"\n"
+                          "\"COLL_SERVERID\"=\"INST1\"\n\"COLL_TBLD_DAILY_FREQUENCY\"=\"3\"\n"
+                          "\"COLL_WINAUTHENTICATION\"=\"true\"\n\"UNKNOWN_VALUE\"=\"x\"\n\n"
+                          "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\INST2\\Environment]\n"
+                          "\"COLL_SERVERID\"=\"INST2\"\n\"COLL_SERVICENUMBER\"=\"2\"\n\n"));
+
+  list_->SetConsole(1);
+  const Captured got = Capture([&] { list_->ScanPreConfig(3); });
+  list_->SetConsole(0);
+  ASSERT_EQ(list_->GetCount(3), 3);
+  const DbConfig* first = list_->GetAt(0, 3);
+  EXPECT_EQ(first->getServerName(), "INST1");
+  EXPECT_EQ(first->getLoginName(), "sa");
+  EXPECT_EQ(first->getClusterServer(), "VSQL1");
+  EXPECT_EQ(first->getExtendedParams(), "Y");
+  EXPECT_EQ(first->getWinAuthentication(), "true");
+  EXPECT_EQ(first->getServerType(), 3);
+  EXPECT_EQ(first->getConfigType(), kConfigScanned);
+  EXPECT_EQ(first->getServiceNumber(), 4);  // from its management-agent file
+  const DbConfig* second = list_->GetAt(1, 3);
+  EXPECT_EQ(second->getServiceNumber(), 2);
+  EXPECT_EQ(second->getTbldDailyFrequency(), 3);  // carried over from the first instance
+  const DbConfig* third = list_->GetAt(2, 3);     // no key at all
+  EXPECT_EQ(third->getServerName(), "");
+  EXPECT_EQ(third->getServiceNumber(), -3);  // VSQMMA_.ini: no such file
+
+  for (const char* line : {
+           "ScanPreConfig: enter\n",
+           "ScanPreConfig: After GetPreConfigList :ServerCount[3]\n",
+           "ScanPreConfig: registry string: Software\\Marlox\\VSQ\\610\\INST1\\Environment\n",
+           "ScanPreConfig: acquired registry key value #1 (COLL_DBHOME) = 'C:\\SQL'\n",
+           "ScanPreConfig: ignoring registry key value #8: 'UNKNOWN_VALUE'\n",
+           "ScanPreConfig: acquiring registry key value #9 failed\n",
+           "ScanPreConfig: setting MS SQL cluster server name 'VSQL1'\n",
+           "ScanPreConfig: setting missing service number for server 'INST1' "
+           ":GetServiceNumber:[4]\n",
+           "ScanPreConfig: accessing registry key 'Software\\Marlox\\VSQ\\610\\INST3\\Environment' "
+           "failed\n",
+           "ScanPreConfig: add configured server:\n",
+           "ScanPreConfig: exit\n",
+       }) {
+    EXPECT_NE(got.out.find(line), std::string::npos) << line;
+  }
+}
+
+TEST_F(PreConfigScanTest, ADotBeforeTheStemGivesNoName) {
+  std::filesystem::create_directories(etc_ / "v6.1");
+  Write("v6.1/VSQMMA_INST1.ini", "");
+  Write("vsqinc.ini", "Add=" + Etc() + "\\v6.1\\VSQMMA_INST1.ini\n");
+  std::vector<std::string> names;
+  EXPECT_EQ(list_->GetPreConfigList(3, &names), 1);
+  EXPECT_EQ(names, std::vector<std::string>{""});
+}
+
+}  // namespace
+}  // namespace config
