@@ -14,6 +14,9 @@
 
 namespace platform {
 
+// What names a program file here: ".exe" on Windows, nothing elsewhere.
+[[nodiscard]] const char* ExecutableSuffix();
+
 class Process {
  public:
   virtual ~Process() = default;  // closes every handle; a running child is left to run

@@ -216,4 +216,6 @@ std::unique_ptr<Process> Process::Create(const std::string& program,
   return std::make_unique<PosixProcess>(program, arguments);
 }
 
+const char* ExecutableSuffix() { return ""; }
+
 }  // namespace platform

@@ -210,4 +210,6 @@ std::unique_ptr<Process> Process::Create(const std::string& program,
   return std::make_unique<Win32Process>(program, arguments);
 }
 
+const char* ExecutableSuffix() { return ".exe"; }
+
 }  // namespace platform

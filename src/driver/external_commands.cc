@@ -1,0 +1,92 @@
+#include "driver/external_commands.h"
+
+#include <cstdio>
+
+#include "driver/report.h"
+#include "framework/child_process.h"
+#include "framework/product_dirs.h"
+#include "framework/trace.h"
+#include "platform/process.h"
+
+namespace driver {
+
+namespace {
+
+// Appends what the child wrote to `text`, or passes it to `stream`.
+void Drain(VFW::Process::OutputPipe& pipe, std::string* text, std::FILE* stream) {
+  char chunk[1024];
+  for (int n; (n = pipe.read(chunk, sizeof chunk)) > 0;) {
+    if (text != nullptr) {
+      text->append(chunk, static_cast<size_t>(n));
+    } else {
+      std::fwrite(chunk, 1, static_cast<size_t>(n), stream);
+    }
+  }
+  if (text == nullptr) std::fflush(stream);
+}
+
+}  // namespace
+
+int runVinConfg(int commandType, const std::string& instanceName) {
+  Ras1Scope trace("runVinConfg");
+  std::string home;
+  if (!VFW::Util::getMarloxHomeDir(&home)) {
+    REPORT_ERROR_INDENTED("Unabled to run vinconfg to add instance");
+    return 6;
+  }
+  std::string option;
+  switch (commandType) {
+    case kVinconfgCreate:
+      option = "-ciVSQ~" + home + "ORVAGT6_x64\\VSQMMA_" + instanceName + ".ini~" + instanceName;
+      break;
+    case kVinconfgRemove:
+      option = "-uiVSQ" + instanceName;
+      break;
+    case kVinconfgGet:
+      option = "-giVSQ" + instanceName;
+      break;
+    case kVinconfgPut:
+      option = "-piVSQ" + instanceName;
+      break;
+    default:
+      REPORT_ERROR("Invalid vinconfg command type '%d' passed to runVinConfg", commandType);
+      return 1;
+  }
+  // The program and its one argument are started apart, so that a home with
+  // blanks cannot be misread; the line is what the traces show.
+  const Command command{home + "InstallORV\\vinconfg " + option,
+                        home + "InstallORV\\vinconfg" + platform::ExecutableSuffix(),
+                        {option}};
+  RAS1_Printf(RAS1_DETAIL, "runVinConfg", "Issuing command '%s'", command.line.c_str());
+  int exit_code = 0;
+  if (!runCommand(command, "", &exit_code)) {
+    // The same words for every command, as the framework's readers know them.
+    REPORT_ERROR_INDENTED("Unabled to run vinconfg to add instance");
+    return 6;
+  }
+  return 0;
+}
+
+bool runCommand(const Command& command, const std::string& input, int* exitCode,
+                std::string* output, std::string* errors) {
+  RAS1_Printf(RAS1_DETAIL, "runCommand", "Running command: %s", command.line.c_str());
+  VFW::Process child(command.program, command.arguments);
+  if (!child.start()) {
+    REPORT_ERROR("Error running command: %s", command.line.c_str());
+    return false;
+  }
+  if (!input.empty()) {
+    RAS1_Printf(RAS1_DETAIL, "runCommand", "Writing stdin");
+    (void)child.getStdIn().write(input);
+  }
+  child.getStdIn().close();
+  if (!child.wait(exitCode)) {
+    REPORT_ERROR_INDENTED("Error waiting for process");
+    return false;
+  }
+  Drain(child.getStdOut(), output, stdout);
+  Drain(child.getStdErr(), errors, stderr);
+  return true;
+}
+
+}  // namespace driver

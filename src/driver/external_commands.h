@@ -1,0 +1,35 @@
+// The framework's instance-creation tool, and child processes in general.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace driver {
+
+// Commands of the instance-creation tool.
+inline constexpr int kVinconfgCreate = 1;  // "-ciVSQ~<ini file>~<instance>"
+inline constexpr int kVinconfgRemove = 2;  // "-uiVSQ<instance>"
+inline constexpr int kVinconfgGet = 3;     // "-giVSQ<instance>"
+inline constexpr int kVinconfgPut = 4;     // "-piVSQ<instance>"
+
+// A command to run: its full command line, for traces and reports, and the
+// program with its arguments as they are started.
+struct Command {
+  std::string line;
+  std::string program;
+  std::vector<std::string> arguments;
+};
+
+// Runs the tool with one command for `instanceName`: 0 when it ran (whatever
+// its own exit code), 6 when it could not be run or waited for, 1 for an
+// unknown command.
+[[nodiscard]] int runVinConfg(int commandType, const std::string& instanceName);
+
+// Runs `command` with `input` on its standard input, waits for it and hands
+// back its exit code and output; output without a string to take it passes
+// through to this program's own. False when it could not be started or waited
+// for.
+[[nodiscard]] bool runCommand(const Command& command, const std::string& input, int* exitCode,
+                              std::string* output = nullptr, std::string* errors = nullptr);
+
+}  // namespace driver

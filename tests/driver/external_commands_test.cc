@@ -1,0 +1,52 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+
+#include "driver/external_commands.h"
+#include "platform/system.h"
+#include "support/capture.h"
+
+namespace driver {
+namespace {
+
+TEST(RunCommandTest, OutputIsCollectedOrPassedThrough) {
+  const Command echo{"child echo", SQXA_TEST_CHILD, {"echo"}};
+  int exit_code = -1;
+  std::string out;
+  std::string err;
+  ASSERT_TRUE(runCommand(echo, "settings\n", &exit_code, &out, &err));
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_NE(out.find("settings"), std::string::npos);
+
+  const Command failing{"child exit 3", SQXA_TEST_CHILD, {"exit", "3"}};
+  EXPECT_TRUE(runCommand(failing, "", &exit_code));
+  EXPECT_EQ(exit_code, 3);
+
+  const Command missing{"no_such_program x", "no_such_dir/no_such_program", {"x"}};
+  const Captured got = Capture([&] { EXPECT_FALSE(runCommand(missing, "", &exit_code)); });
+  EXPECT_TRUE(std::regex_match(
+      got.err, std::regex("Error line\\(\\d+\\): Error running command: no_such_program x\n")));
+}
+
+TEST(RunVinConfgTest, UnknownCommandsAndMissingToolsAreReported) {
+  ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", "no_such_home_dir"));
+  Captured got = Capture([] { EXPECT_EQ(runVinConfg(5, "inst1"), 1); });
+  EXPECT_TRUE(std::regex_match(
+      got.err,
+      std::regex(
+          "Error line\\(\\d+\\): Invalid vinconfg command type '5' passed to runVinConfg\n")));
+
+  got = Capture([] { EXPECT_EQ(runVinConfg(kVinconfgRemove, ""), 6); });
+  EXPECT_TRUE(std::regex_match(
+      got.err, std::regex("Error line\\(\\d+\\): Error running command: "
+                          "no_such_home_dir.InstallORV\\\\vinconfg -uiVSQ\n"
+                          " Error line\\(\\d+\\): Unabled to run vinconfg to add instance\n")))
+      << got.err;
+
+  ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
+  EXPECT_EQ(Capture([] { EXPECT_EQ(runVinConfg(kVinconfgCreate, "inst1"), 6); }).out, "");
+}
+
+}  // namespace
+}  // namespace driver

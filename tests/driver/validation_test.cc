@@ -1,0 +1,177 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <string>
+
+#include "driver/validation.h"
+#include "framework/agent_config.h"
+#include "platform/system.h"
+#include "support/capture.h"
+#include "support/server_kind.h"
+
+namespace fs = std::filesystem;
+
+namespace driver {
+namespace {
+
+class ValidationTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    root_ =
+        fs::temp_directory_path() / ("sqxa_val_" + std::to_string(platform::CurrentProcessId()));
+    fs::remove_all(root_);
+    for (const char* dir : {"sql/Binn", "sql/log", "ora/Bin", "ora/network/admin"}) {
+      fs::create_directories(root_ / dir);
+    }
+    for (const char* file : {"sql/Binn/sqlservr.exe", "sql/log/errorlog", "ora/Bin/oracle.exe",
+                             "ora/network/admin/listener.ora", "syb.log"}) {
+      std::ofstream(root_ / file) << "x";
+    }
+  }
+  void TearDown() override {
+    fs::remove_all(root_);
+    SetServerKind(kServerSqlServer);
+  }
+  // A path in the Windows form the settings use.
+  std::string Path(const std::string& relative) const {
+    std::string path = root_.string() + "\\" + relative;
+    return path;
+  }
+  fs::path root_;
+};
+
+VFW::ConfigSection Settings(std::initializer_list<std::pair<const char*, std::string>> entries) {
+  VFW::ConfigSection section("DBSETTINGS");
+  for (const auto& [key, value] : entries) section.writeEntry(key, value);
+  return section;
+}
+
+TEST_F(ValidationTest, SqlServerStopsAtTheFirstFailure) {
+  const std::string home = Path("sql");
+  const std::string errorlog = Path("sql\\log\\errorlog");
+  EXPECT_EQ(validateMsSqlCfgParms(Settings({{"db_login", "sa"},
+                                            {"db_password", "p"},
+                                            {"db_home", home},
+                                            {"db_errorlog", errorlog}})),
+            VDB_RC_OK);
+
+  Captured got = Capture([&] {
+    EXPECT_EQ(validateMsSqlCfgParms(
+                  Settings({{"db_winauth", "1"}, {"db_home", home}, {"db_errorlog", errorlog}})),
+              VDB_RC_OK);
+  });
+  EXPECT_TRUE(std::regex_match(
+      got.err, std::regex("Error line\\(\\d+\\): Bypassing requirement for db_login "
+                          "with win auth\nError line\\(\\d+\\): Bypassing "
+                          "requirement for db_password with win auth\n")))
+      << got.err;
+
+  got = Capture([&] {
+    EXPECT_EQ(validateMsSqlCfgParms(Settings({{"db_winauth", "true"}, {"db_home", home}})),
+              VDB_RC_MISSING_PROPERTY);
+  });
+  EXPECT_NE(got.err.find("Missing required property: db_login\n"), std::string::npos);
+
+  got = Capture([&] {
+    EXPECT_EQ(validateMsSqlCfgParms(Settings(
+                  {{"db_login", "sa"}, {"db_password", "p"}, {"db_home", Path("nowhere")}})),
+              VDB_RC_BAD_HOME);
+  });
+  EXPECT_NE(got.err.find("Invalid home path db_home property value '" + Path("nowhere") + "'\n"),
+            std::string::npos);
+  EXPECT_NE(got.err.find("File '" + Path("nowhere") + "\\Binn\\sqlservr.exe' does not exist\n"),
+            std::string::npos);
+
+  got = Capture([&] {
+    EXPECT_EQ(validateMsSqlCfgParms(
+                  Settings({{"db_login", "sa"}, {"db_password", "p"}, {"db_home", home}})),
+              VDB_RC_BAD_ERRLOG);
+  });
+  EXPECT_TRUE(std::regex_match(
+      got.err, std::regex("Error line\\(\\d+\\): Missing required property: db_errorlog\n")))
+      << got.err;
+}
+
+TEST_F(ValidationTest, SqlServerErrorLogThatDoesNotExist) {
+  const Captured got = Capture([&] {
+    EXPECT_EQ(validateMsSqlCfgParms(Settings({{"db_login", "sa"},
+                                              {"db_password", "p"},
+                                              {"db_home", Path("sql")},
+                                              {"db_errorlog", Path("none.log")}})),
+              VDB_RC_BAD_ERRLOG);
+  });
+  EXPECT_NE(got.err.find("Invalid db_errorlog: errorlog file name '" + Path("none.log") +
+                         "' does not exist\n"),
+            std::string::npos);
+}
+
+TEST_F(ValidationTest, OracleVersionsHomesAndListener) {
+  const auto oracle = [&](const std::string& version, const std::string& tns) {
+    auto settings = Settings({{"db_login", "system"},
+                              {"db_password", "p"},
+                              {"db_ver", version},
+                              {"db_home", Path("ora")}});
+    if (!tns.empty()) settings.writeEntry("db_tns", tns);
+    int result = -1;
+    (void)Capture([&] { result = validateOracleCfgParms(settings); });
+    return result;
+  };
+  EXPECT_EQ(oracle("8.1.7", ""), VDB_RC_OK);
+  EXPECT_EQ(oracle("7.3", ""), VDB_RC_BAD_VERSION);
+  EXPECT_EQ(oracle("12c", ""), VDB_RC_OK);
+  EXPECT_EQ(oracle(".5", ""), VDB_RC_BAD_VERSION);
+  EXPECT_EQ(oracle("10.2", Path("sql")), VDB_RC_MISSING_PROPERTY);  // no listener.ora there
+}
+
+TEST_F(ValidationTest, SybaseOrderAndCodes) {
+  const auto sybase = [&](const std::string& version, const std::string& errorlog, bool ocs) {
+    auto settings = Settings(
+        {{"db_login", "sa"}, {"db_password", "p"}, {"db_ver", version}, {"db_home", Path("syb")}});
+    if (!errorlog.empty()) settings.writeEntry("db_errorlog", errorlog);
+    if (ocs) settings.writeEntry("SYBASE_OCS", "OCS-12_5");
+    int result = -1;
+    (void)Capture([&] { result = validateSybaseCfgParms(settings); });
+    return result;
+  };
+  EXPECT_EQ(sybase("11.0", Path("syb.log"), true), VDB_RC_OK);
+  EXPECT_EQ(sybase("10.0", Path("syb.log"), true), VDB_RC_BAD_VERSION);
+  EXPECT_EQ(sybase("12.5", "", true), VDB_RC_MISSING_PROPERTY);  // not 108 here
+  EXPECT_EQ(sybase("12.5", Path("none.log"), true), VDB_RC_BAD_ERRLOG);
+  EXPECT_EQ(sybase("12.5", Path("syb.log"), false), VDB_RC_MISSING_PROPERTY);
+}
+
+TEST(MajorVersionTest, DigitsBeforeThePoint) {
+  std::string copied;
+  EXPECT_EQ(majorVersion("10.2.0", &copied), 10);
+  EXPECT_EQ(majorVersion("9", &copied), 9);
+  EXPECT_EQ(majorVersion(".5", &copied), 0);
+  EXPECT_EQ(copied, ".5");
+  EXPECT_EQ(majorVersion(std::string(20, '1') + ".0", &copied), 11);  // too long: two characters
+  EXPECT_EQ(copied, "11");
+  EXPECT_EQ(majorVersion(std::string(15, '0') + "123.0", &copied), 12);
+  EXPECT_EQ(copied.size(), 17u);  // cut to what the buffer holds
+}
+
+TEST_F(ValidationTest, KindsWithoutAValidatorPass) {
+  SetServerKind(kServerInformix);
+  VFW::InstanceConfig instance("x");
+  instance.addSection("DBSETTINGS");
+  EXPECT_EQ(validateCfgParms(instance), VDB_RC_OK);
+}
+
+TEST_F(ValidationTest, CheckFileExistsReportsBothWaysInTheErrorForm) {
+  const Captured got = Capture([&] {
+    EXPECT_EQ(checkFileExists(Path("syb.log")), 0);
+    EXPECT_EQ(checkFileExists(Path("none.log")), 1);
+  });
+  EXPECT_TRUE(
+      std::regex_match(got.err, std::regex("Error line\\(\\d+\\): File '.*syb\\.log' is valid\n"
+                                           "Error line\\(\\d+\\): File '.*none\\.log' does "
+                                           "not exist\n")))
+      << got.err;
+}
+
+}  // namespace
+}  // namespace driver
