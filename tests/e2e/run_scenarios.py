@@ -4,11 +4,17 @@
 Each folder under scenarios/ is one scenario:
 
   args             the arguments, one a line (an empty line is an empty argument)
-  env              optional NAME=VALUE lines added to the environment
+  env              optional NAME=VALUE lines added to the environment, and -NAME
+                   lines taking NAME out of it (PORTNUMBER=1920 is there by
+                   default, as the agent framework sets it)
   stdin            optional standard input
   registry.reg     optional registry of the host (a registry file natively; imported
                    with "reg import" under Wine and removed afterwards)
   before/          optional files copied into the sandbox product home first
+                   ({{HOME}} in them is replaced)
+  tool             optional: the stand-in instance-creation tool is installed as
+                   InstallORV\vinconfg, and this file's first line is its exit
+                   status; it logs its calls to InstallORV/vinconfg.log
   expected/status  the exit status
   expected/stdout, expected/stderr
                    the expected output (missing: must be empty)
@@ -21,7 +27,7 @@ identifier), {{HOME}} (the product home as the program sees it, with its final
 separator) and {{ANY}} (any text on one line). Line ends are compared as LF.
 Every placeholder in env and stdin is replaced too.
 
-Usage: run_scenarios.py --program PATH [--wine] [--only NAME] [--keep]
+Usage: run_scenarios.py --program PATH --tool PATH [--wine] [--only NAME] [--keep]
 Prints one line per scenario and a closing "N passed, N failed".
 """
 import argparse
@@ -100,9 +106,19 @@ class Registry:
         source = os.path.join(scenario_dir, "registry.reg")
         if sandbox.wine:
             if os.path.exists(source):
-                keys = reg_keys(read(source))
-                # Only keys that Wine did not have already are removed afterwards.
-                self.created = [k for k in keys if wine_reg("query", k) != 0]
+                # Afterwards the topmost keys that Wine did not have before are
+                # removed, with everything below them.
+                created = set()
+                for key in reg_keys(read(source)):
+                    parts = key.split("\\")
+                    for depth in range(2, len(parts) + 1):
+                        prefix = "\\".join(parts[:depth])
+                        if any(prefix == c or prefix.startswith(c + "\\") for c in created):
+                            break
+                        if wine_reg("query", prefix) != 0:
+                            created.add(prefix)
+                            break
+                self.created = sorted(created)
                 if wine_reg("import", windows_path(source)) != 0:
                     raise RuntimeError("reg import failed for " + source)
         else:
@@ -131,7 +147,7 @@ def compare_tree(expected_dir, home, sandbox, problems):
                 problems.append("file %s differs:\n%s" % (relative, actual))
 
 
-def run_scenario(name, program, wine, keep):
+def run_scenario(name, program, tool, wine, keep):
     scenario_dir = os.path.join(SCENARIOS, name)
     root = tempfile.mkdtemp(prefix="sqxa_e2e_")
     sandbox = Sandbox(root, wine)
@@ -141,6 +157,13 @@ def run_scenario(name, program, wine, keep):
         before = os.path.join(scenario_dir, "before")
         if os.path.isdir(before):
             shutil.copytree(before, sandbox.home, dirs_exist_ok=True)
+            for root, _, files in os.walk(sandbox.home):
+                for name in files:
+                    path = os.path.join(root, name)
+                    text = read(path)
+                    if "{{HOME}}" in text:
+                        with open(path, "wb") as f:
+                            f.write(sandbox.substitute(text).encode("utf-8", "surrogateescape"))
 
         env = dict(os.environ)
         for key in ("MARLOX_HOME", "MARLOX_REGISTRY", "MARLOX_KEYFILE", "SQ_XA_TRACE",
@@ -148,11 +171,22 @@ def run_scenario(name, program, wine, keep):
                     "COLL_SERVICENUMBER", "COLL_WRAPLINES", "COLL_NUMOUTBAK"):
             env.pop(key, None)
         env["MARLOX_HOME"] = sandbox.seen_home
+        env["PORTNUMBER"] = "1920"
         for line in (read(os.path.join(scenario_dir, "env"), "") or "").splitlines():
-            if "=" in line:
+            if line.startswith("-"):
+                env.pop(line[1:], None)
+            elif "=" in line:
                 key, value = line.split("=", 1)
                 env[key] = sandbox.substitute(value)
         registry = Registry(scenario_dir, sandbox, env)
+        tool_status = read(os.path.join(scenario_dir, "tool"))
+        if tool_status is not None:
+            os.makedirs(os.path.join(sandbox.home, "InstallORV"), exist_ok=True)
+            target = os.path.join(sandbox.home, "InstallORV",
+                                  "vinconfg.exe" if wine else "vinconfg")
+            shutil.copyfile(tool, target)
+            os.chmod(target, 0o755)
+            env["SQXA_STAND_IN_EXIT"] = tool_status.strip() or "0"
 
         args = read(os.path.join(scenario_dir, "args"), "")
         argv = [sandbox.substitute(a) for a in args.split("\n")]
@@ -192,6 +226,7 @@ def run_scenario(name, program, wine, keep):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--program", required=True)
+    parser.add_argument("--tool", required=True)
     parser.add_argument("--wine", action="store_true")
     parser.add_argument("--only")
     parser.add_argument("--keep", action="store_true")
@@ -207,7 +242,8 @@ def main():
         names = [n for n in names if re.search(options.only, n)]
     passed = failed = 0
     for name in names:
-        problems = run_scenario(name, os.path.abspath(options.program), options.wine, options.keep)
+        problems = run_scenario(name, os.path.abspath(options.program), os.path.abspath(options.tool),
+                                options.wine, options.keep)
         if problems:
             failed += 1
             print("FAIL", name)
