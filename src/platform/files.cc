@@ -17,12 +17,12 @@ FileSystemCalls g_calls = kSystemCalls;
 
 // Tries names until one is free; a stale temporary of a crashed run, or one of
 // another thread or process writing the same target, only costs a retry.
-int CreateTemporary(const std::string& target, std::string* temporary, File* file) {
+int CreateTemporary(const std::string& target, bool text, std::string* temporary, File* file) {
   static std::atomic<unsigned> counter{0};
   const std::string prefix = target + ".sqxa-" + std::to_string(internal::ProcessNumber()) + "-";
   for (int attempt = 0; attempt < 100; ++attempt) {
     std::string name = prefix + std::to_string(counter.fetch_add(1)) + ".tmp";
-    const int status = internal::CreateNewFile(NativePath(name), NativePath(target), file);
+    const int status = internal::CreateNewFile(NativePath(name), NativePath(target), text, file);
     if (status == 0) {
       *temporary = std::move(name);
       return 0;
@@ -42,9 +42,9 @@ FileSystemCalls SetFileSystemCallsForTesting(const FileSystemCalls* calls) {
 
 AtomicFile::~AtomicFile() { Discard(); }
 
-int AtomicFile::Open(const std::string& target) {
+int AtomicFile::Open(const std::string& target, bool text) {
   Discard();
-  const int status = CreateTemporary(target, &temporary_, &stream_);
+  const int status = CreateTemporary(target, text, &temporary_, &stream_);
   if (status != 0) return status;
   target_ = target;
   return 0;

@@ -27,7 +27,7 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 // fopen through the path mapping; null on failure (errno tells why).
 [[nodiscard]] File OpenFile(const std::string& path, const char* mode);
 
-[[nodiscard]] bool FileExists(const std::string& path);       // a regular file
+[[nodiscard]] bool FileExists(const std::string& path);  // a regular file
 [[nodiscard]] bool DirectoryExists(const std::string& path);
 [[nodiscard]] int RemoveFile(const std::string& path);
 // Creates one directory; EEXIST when it exists, ENOENT when its parent does not.
@@ -50,8 +50,9 @@ class AtomicFile {
   AtomicFile& operator=(const AtomicFile&) = delete;
   ~AtomicFile();
 
-  // Creates the temporary file for `target`; its stream is then open for writing.
-  [[nodiscard]] int Open(const std::string& target);
+  // Creates the temporary file for `target`; its stream is then open for
+  // writing. A text file gets the platform's line ends (CR LF on Windows).
+  [[nodiscard]] int Open(const std::string& target, bool text = false);
   [[nodiscard]] std::FILE* stream() const { return stream_.get(); }
   [[nodiscard]] const std::string& temporary_path() const { return temporary_; }
   // Flushes, syncs, closes and renames over the target.

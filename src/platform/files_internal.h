@@ -9,13 +9,13 @@
 
 namespace platform::internal {
 
-// Creates `native_path`, which must not exist yet, and opens it for binary
-// writing; the stream is not inherited by child processes. Where files carry
-// permissions, the new file gets those of `native_target` when that exists, so
+// Creates `native_path`, which must not exist yet, and opens it for writing,
+// as text (the platform's line ends) or binary; the stream is not inherited by child processes.
+// Where files carry permissions, the new file gets those of `native_target` when that exists, so
 // that replacing a private file does not expose its new contents. 0 or an
 // errno value (EEXIST when the name is taken).
 [[nodiscard]] int CreateNewFile(const std::string& native_path, const std::string& native_target,
-                                File* file);
+                                bool text, File* file);
 
 // A number that differs between processes running at the same time, to make
 // temporary names unique.

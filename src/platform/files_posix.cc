@@ -57,7 +57,8 @@ int RenameFile(const std::string& from, const std::string& to) {
 
 namespace internal {
 
-int CreateNewFile(const std::string& native_path, const std::string& native_target, File* file) {
+int CreateNewFile(const std::string& native_path, const std::string& native_target,
+                  bool /*text: the same here*/, File* file) {
   const int fd = open(native_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (fd < 0) return errno;
   struct stat target;

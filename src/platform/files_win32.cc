@@ -54,12 +54,12 @@ int RenameFile(const std::string& from, const std::string& to) {
 
 namespace internal {
 
-int CreateNewFile(const std::string& native_path, const std::string&, File* file) {
-  const int fd =
-      _open(native_path.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT,
-            _S_IREAD | _S_IWRITE);
+int CreateNewFile(const std::string& native_path, const std::string&, bool text, File* file) {
+  const int fd = _open(native_path.c_str(),
+                       _O_WRONLY | _O_CREAT | _O_EXCL | (text ? _O_TEXT : _O_BINARY) | _O_NOINHERIT,
+                       _S_IREAD | _S_IWRITE);
   if (fd < 0) return errno;
-  std::FILE* stream = _fdopen(fd, "wb");
+  std::FILE* stream = _fdopen(fd, text ? "wt" : "wb");
   if (stream == nullptr) {
     const int error = errno;
     _close(fd);

@@ -103,6 +103,7 @@ class Registry:
 
     def __init__(self, scenario_dir, sandbox, env):
         self.created = []
+        self.wine = sandbox.wine
         source = os.path.join(scenario_dir, "registry.reg")
         if sandbox.wine:
             if os.path.exists(source):
@@ -130,6 +131,10 @@ class Registry:
     def remove(self):
         for key in sorted(self.created, key=len, reverse=True):
             wine_reg("delete", key, "/f")
+        if self.wine:
+            # What the instance-creation tool registered; a test prefix has no
+            # product keys of its own.
+            wine_reg("delete", "HKLM\\Software\\Marlox", "/f")
 
 
 def compare_tree(expected_dir, home, sandbox, problems):

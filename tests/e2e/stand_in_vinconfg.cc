@@ -1,9 +1,57 @@
-// A stand-in for the framework's instance-creation tool: it appends its
+// A stand-in for the framework's instance-creation tool. It appends its
 // argument and what it read on its standard input to "vinconfg.log" beside
-// itself, and exits with the status in SQXA_STAND_IN_EXIT (0 when unset).
+// itself and exits with the status in SQXA_STAND_IN_EXIT (0 when unset). Like
+// the real tool it registers an instance on "-ciVSQ~<ini file>~<instance>",
+// with the "[Local Settings]" entries of the .ini file as they stand, and
+// unregisters it on "-uiVSQ<instance>".
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
+#include <vector>
+
+#include "platform/profile.h"
+#include "platform/registry.h"
+
+namespace {
+
+constexpr const char* kInstances = "Software\\Marlox\\VSQ\\610\\";
+
+void Register(const std::string& option) {
+  const size_t second = option.find('~', 7);
+  if (second == std::string::npos) return;
+  const std::string ini = option.substr(7, second - 7);
+  const std::string instance = option.substr(second + 1);
+  std::vector<char> entries(65536);
+  const uint32_t length = platform::ReadIniSection("Local Settings", entries.data(),
+                                                   static_cast<uint32_t>(entries.size()), ini);
+  std::unique_ptr<platform::Registry> hive;
+  std::unique_ptr<platform::RegistryKey> key;
+  if (platform::Registry::Connect("", &hive) != platform::kRegSuccess ||
+      hive->CreateKey(kInstances + instance + "\\Environment", platform::kKeyAllAccess, &key) !=
+          platform::kRegSuccess) {
+    return;
+  }
+  for (const char* entry = entries.data(); entry < entries.data() + length && *entry != '\0';
+       entry += std::string(entry).size() + 1) {
+    const std::string text = entry;
+    const size_t equals = text.find('=');
+    if (equals == std::string::npos) continue;
+    const std::string name = text.substr(0, equals);
+    const std::string value = name == "COLL_SERVERID" ? instance : text.substr(equals + 1);
+    (void)key->SetValue(name, platform::kRegSz, value);
+  }
+  (void)key->SetValue("COLL_SERVERID", platform::kRegSz, instance);
+}
+
+void Unregister(const std::string& instance) {
+  std::unique_ptr<platform::Registry> hive;
+  if (platform::Registry::Connect("", &hive) != platform::kRegSuccess) return;
+  (void)hive->DeleteKey(kInstances + instance + "\\Environment", 0);
+  (void)hive->DeleteKey(kInstances + instance, 0);
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   std::string log = argv[0];
@@ -19,6 +67,9 @@ int main(int argc, char** argv) {
     std::fprintf(out, "\nstdin: [%s]\n", input.c_str());
     std::fclose(out);
   }
+  const std::string option = argc > 1 ? argv[1] : "";
+  if (option.rfind("-ciVSQ~", 0) == 0) Register(option);
+  if (option.rfind("-uiVSQ", 0) == 0) Unregister(option.substr(6));
   const char* status = std::getenv("SQXA_STAND_IN_EXIT");
   return status != nullptr ? std::atoi(status) : 0;
 }

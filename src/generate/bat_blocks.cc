@@ -1,0 +1,36 @@
+#include "generate/bat_blocks.h"
+
+#include "generate/create_dir.h"
+#include "support/config_log.h"
+
+namespace generate {
+
+std::string HistoryDir(config::DbConfigList& list, const char* tag, const std::string& server) {
+  return list.GetEtcDir(config::kFormResolved) + "\\logs\\History\\" + tag + "\\" + server;
+}
+
+void MakeHistoryDir(config::DbConfigList& list, const std::string& directory) {
+  list.Output(1, "\nCheck MTIRA_HIST_DIR '%s'\n", directory.c_str());
+  // The trailing backslash makes create_dir take the last component as a
+  // directory too.
+  if (create_dir(list, directory + "\\") != 0) {
+    list.Output(1, "MTIRA_HIST_DIR[%s] is created successfully\n", directory.c_str());
+  } else {
+    list.Output(1, "\nERROR: can't create '%s'\n", directory.c_str());
+  }
+}
+
+void WriteFixedCollectorSettings(config::DbConfigList& list) {
+  constexpr int kBat = support::kBatChannel;
+  list.Output(kBat, "SET COLL_SERVERID=%%INST%%\n");
+  list.Output(kBat, "SET COLL_HOSTNAME=%%COMPUTERNAME%%\n");
+  list.Output(kBat, "SET COLL_PREFIX=TEMP\n");
+  list.Output(kBat, "SET COLL_USESHM=1\n");
+}
+
+void WriteCollectorStart(config::DbConfigList& list, const std::string& collector) {
+  const std::string program = list.GetCommonCollector() == 1 ? "VDBCOLL" : collector;
+  list.Output(support::kBatChannel, "START /MIN %s -console \n", program.c_str());
+}
+
+}  // namespace generate

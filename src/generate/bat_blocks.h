@@ -1,0 +1,24 @@
+// The parts that the start-up .bat files of the server kinds share.
+#pragma once
+
+#include <string>
+
+#include "config/db_config_list.h"
+
+namespace generate {
+
+// "<resolved etc>\logs\History\<tag>\<server>". Built on the etc directory, not
+// on the log directory: the agents look for their history there.
+[[nodiscard]] std::string HistoryDir(config::DbConfigList& list, const char* tag,
+                                     const std::string& server);
+
+// Makes the history directory with all its parents; a failure is traced only.
+void MakeHistoryDir(config::DbConfigList& list, const std::string& directory);
+
+// The four settings every collector takes unchanged ("SET COLL_SERVERID=%INST%" ...).
+void WriteFixedCollectorSettings(config::DbConfigList& list);
+
+// The collector start line; it ends with a blank, as the agents' tools expect.
+void WriteCollectorStart(config::DbConfigList& list, const std::string& collector);
+
+}  // namespace generate

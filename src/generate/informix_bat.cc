@@ -1,0 +1,70 @@
+// The start-up .bat files of all Informix agent instances of the list.
+#include <string>
+
+#include "generate/agent_files.h"
+#include "generate/bat_blocks.h"
+#include "generate/channel_file.h"
+#include "generate/current_path.h"
+#include "generate/regcopy.h"
+#include "support/config_log.h"
+
+namespace generate {
+
+namespace {
+
+constexpr int kBat = support::kBatChannel;
+constexpr int kInformix = 4;
+
+void WriteBody(config::DbConfigList& list, const config::DbConfig& record) {
+  const std::string server = record.getServerName();
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM BATCH FOR STARTING UP VIX AGENT\n");
+  list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
+  list.Output(kBat, "\n");
+  list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
+              list.GetPortNumber(config::kFormResolved).c_str());
+  list.Output(kBat, "SET INFORMIXDIR=%s\n", record.getHomeDir().c_str());
+  list.Output(kBat, "SET INFORMIXSERVER=%s\n", server.c_str());
+  list.Output(kBat, "SET ONCONFIG=onconfig\n");
+  list.Output(kBat, "SET INFORMIXSQLHOSTS=\\\\%s\n", list.GetHostName().c_str());
+  list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+  list.Output(kBat, "SET INST=%s\n", server.c_str());
+  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
+  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
+  list.Output(kBat, "\n");
+  WriteFixedCollectorSettings(list);
+  list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
+  list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
+  list.Output(kBat, "SET COLL_VERSION=VIX\n");
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM START COLLECTOR and AGENT\n");
+  WriteCollectorStart(list, "VIXCOLL");
+  // The Informix agent is of release 301, not 610.
+  list.Output(kBat, "START /MIN VIXAGENT -console -hkey \"VIX\\301\\%s\"\n", server.c_str());
+}
+
+}  // namespace
+
+int write_informix_bat_files(config::DbConfigList& list, int count) {
+  list.Output(1, "\nwrite_informix_bat_files: enter\n");
+  for (int index = 0; index < count; ++index) {
+    const config::DbConfig* record = list.GetAt(index, kInformix);
+    if (record == nullptr) continue;
+    std::string& path = CurrentFilePath();
+    path = list.GetEtcDir(config::kFormResolved) + "\\Informix_" + record->getServerName() + ".bat";
+    // An existing file is replaced without a trace.
+    ChannelFile file(list);
+    if (OpenWithDirectories(list, path, &file, open_bat) != kWritten) return 0;
+    WriteBody(list, *record);
+    if (CommitGenerated(list, path, &file) != kWritten) return 0;
+    list.Output(1, "Finished generating %s file\n", path.c_str());
+    RunRegcopy(record->getHomeDir());
+  }
+  list.Output(1, "write_informix_bat_files: exit\n");
+  return count;
+}
+
+}  // namespace generate

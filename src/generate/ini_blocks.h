@@ -1,0 +1,44 @@
+// The parts that the instance .ini files of all server kinds share: the
+// comment header, the identity section, the two service sections and the
+// test-settings lines at the end.
+#pragma once
+
+#include <string>
+
+#include "config/db_config_list.h"
+
+namespace generate {
+
+// The comment lines that open the file. The Informix file carries a short
+// title and copyright pair where the others carry the licence notice.
+enum class Banner { kLicence, kInformixTitle };
+void WriteHeader(config::DbConfigList& list, Banner banner);
+
+struct Identity {
+  const char* product;      // "VSQ"
+  const char* version;      // "610"
+  const char* description;  // MarDesc
+  const char* title;        // VinDesc
+};
+void WriteIdentity(config::DbConfigList& list, const Identity& identity, const std::string& server);
+
+struct ServiceNames {
+  const char* agent_section;      // "VMAMSSQLAgent" + number
+  const char* collector_section;  // "VMAMSSQLCollector" + number
+  const char* agent_name;         // "VSQAGENT" + number
+  const char* collector_name;     // "VSQCOLL" + number
+  const char* agent_label;        // + server name
+  const char* collector_label;    // + server name
+  const char* agent_program;      // "VSQAGENT.EXE"
+};
+// "[Services]" and the agent and collector sections; the collector runs
+// `collector_program`, or the common collector when the list's switch is 1.
+// `blank_after` ends the collector section with an empty line.
+void WriteServices(config::DbConfigList& list, const ServiceNames& names, int serviceNumber,
+                   const std::string& server, const char* collector_program, bool blank_after);
+
+// Copies the lines of the test-settings file `path` to the ini channel; a
+// missing file is traced and only ends the .ini file earlier.
+void CopyTestSettings(config::DbConfigList& list, const std::string& path);
+
+}  // namespace generate

@@ -1,0 +1,23 @@
+#include "generate/line_reader.h"
+
+#include <cstring>
+
+namespace generate {
+
+bool ReadLine(std::FILE* file, std::string* line) {
+  line->clear();
+  char chunk[1024];
+  bool any = false;
+  while (std::fgets(chunk, sizeof chunk, file) != nullptr) {
+    any = true;
+    const size_t length = std::strlen(chunk);
+    line->append(chunk, length);
+    if (length > 0 && chunk[length - 1] == '\n') break;
+  }
+  if (!any) return false;
+  if (!line->empty() && line->back() == '\n') line->pop_back();
+  if (!line->empty() && line->back() == '\r') line->pop_back();
+  return true;
+}
+
+}  // namespace generate

@@ -1,0 +1,82 @@
+// The start-up .bat file of an Oracle agent instance.
+#include <string>
+
+#include "generate/agent_files.h"
+#include "generate/bat_blocks.h"
+#include "generate/channel_file.h"
+#include "generate/version_rules.h"
+#include "support/config_log.h"
+
+namespace generate {
+
+namespace {
+
+constexpr int kBat = support::kBatChannel;
+
+void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
+               const std::string& history) {
+  const std::string server = record.getServerName();
+  const std::string home = record.getHomeDir();
+  const std::string tag = OracleVersionTag(record.getVersion());
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM BATCH FOR STARTING UP VOR AGENT\n");
+  list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
+  list.Output(kBat, "\n");
+  list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
+              list.GetPortNumber(config::kFormResolved).c_str());
+  list.Output(kBat, "SET MTIRA_HIST_DIR=%s\n", history.c_str());
+  list.Output(kBat, "SET ORACLE_HOME=%s\n", home.c_str());
+  list.Output(kBat, "SET ORACLE_SID=%s\n", server.c_str());
+  if (const std::string tns_admin = record.getTnsAdmin(); !tns_admin.empty()) {
+    list.Output(kBat, "SET TNS_ADMIN=%s\n", tns_admin.c_str());
+  } else {
+    list.Output(kBat, "SET TNS_ADMIN=%s\\network\\admin\n", home.c_str());
+  }
+  list.Output(kBat, "SET COLL_DBHOME=%s\n", home.c_str());
+  list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+  list.Output(kBat, "SET INST=%s\n", server.c_str());
+  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
+  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
+  list.Output(kBat, "\n");
+  WriteFixedCollectorSettings(list);
+  list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
+  list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
+  list.Output(kBat, "SET COLL_DBVERSION=%s\n", record.getVersion().c_str());
+  list.Output(kBat, "SET COLL_VERSION=%s\n", tag.c_str());
+  list.Output(kBat, "SET COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
+  list.Output(kBat, "SET MTIRA_PRODUCT=AFF_ALL_ORACLE\n");
+  list.Output(kBat, "SET PATH=%s\\bin;%%PATH%%\n", home.c_str());
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM START COLLECTOR and AGENT\n");
+  WriteCollectorStart(list, tag + "COL");
+  list.Output(kBat, "START /MIN VORAGENT -console -hkey \"VOR\\610\\%s\"\n", server.c_str());
+}
+
+}  // namespace
+
+int write_single_oracle_bat(config::DbConfigList& list, const config::DbConfig& record) {
+  list.Output(1, "\nwrite_single_oracle_bat: enter\n");
+  const std::string path =
+      list.GetEtcDir(config::kFormResolved) + "\\Oracle_" + record.getServerName() + ".bat";
+  TraceExisting(list, path);
+
+  ChannelFile file(list);
+  if (const int opened = OpenWithDirectories(list, path, &file, open_bat); opened != kWritten) {
+    return opened;
+  }
+  const std::string history = HistoryDir(list, "VOR", record.getServerName());
+  WriteBody(list, record, history);
+  if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
+    return committed;
+  }
+  list.Output(1, "Finished generating %s file\n", path.c_str());
+  list.Output(1, "write_single_oracle_bat: exit\n");
+
+  MakeHistoryDir(list, history);
+  return kWritten;
+}
+
+}  // namespace generate

@@ -1,0 +1,94 @@
+// The start-up .bat file of a SQL Server agent instance: the environment of
+// the .ini file set by hand, with resolved directories, then the collector
+// and the agent started in console mode.
+#include <string>
+
+#include "generate/agent_files.h"
+#include "generate/bat_blocks.h"
+#include "generate/channel_file.h"
+#include "support/config_log.h"
+
+namespace generate {
+
+namespace {
+
+constexpr int kBat = support::kBatChannel;
+
+void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
+               const std::string& history) {
+  const std::string server = record.getServerName();
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM BATCH FOR STARTING UP VSQ AGENT\n");
+  list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
+  list.Output(kBat, "\n");
+  list.Output(kBat, "SET MTIRA_HIST_DIR=%s\n", history.c_str());
+  list.Output(kBat, "SET MSSQL_HOME=%s\n", record.getHomeDir().c_str());
+  list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+  list.Output(kBat, "SET INST=%s\n", server.c_str());
+  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
+  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  list.Output(kBat, "SET COLL_CLUSTERSERVER=%s\n", record.getClusterServer().c_str());
+  list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
+  list.Output(kBat, "\n");
+  WriteFixedCollectorSettings(list);
+  list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
+  list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
+  list.Output(kBat, "SET COLL_VERSION=VSQ\n");
+  list.Output(kBat, "SET COLL_DBVERSION=%s\n", record.getVersion().c_str());
+  list.Output(kBat, "SET COLL_DBHOME=%s\n", record.getHomeDir().c_str());
+  list.Output(kBat, "SET COLL_PORT=%s\n", record.getPort().c_str());
+  list.Output(kBat, "SET COLL_LONG_LIVE_CONNECT=%s\n", record.getLongLiveConnect().c_str());
+  list.Output(kBat, "SET COLL_WINAUTHENTICATION=%s\n", record.getWinAuthentication().c_str());
+  list.Output(kBat, "SET COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
+  if (list.IsNamedInstance(record.getHomeDir()) != 0) {
+    list.Output(kBat, "SET KDH_SERVICEPOINT=%%COMPUTERNAME%%_SQ_%s\n", server.c_str());
+    list.Output(kBat, "SET IRA_SERVICE_INTERFACE_NAME=%%COMPUTERNAME%%_SQ_%s\n", server.c_str());
+    list.Output(kBat, "SET VSQ_NAMED_INSTANCE=1\n");
+  } else {
+    list.Output(kBat, "SET KDH_SERVICEPOINT=%%COMPUTERNAME%%_SQ\n");
+    list.Output(kBat, "SET IRA_SERVICE_INTERFACE_NAME=%%COMPUTERNAME%%_SQ\n");
+    list.Output(kBat, "SET VSQ_NAMED_INSTANCE=0\n");
+  }
+  list.Output(kBat, "SET COLL_INCLUDE_DBNAMES=%s\n", record.getIncludeDbNames().c_str());
+  list.Output(kBat, "SET COLL_TBLD_DAILY_FREQUENCY=%d\n", record.getTbldDailyFrequency());
+  list.Output(kBat, "SET COLL_TBLD_WEEKLY_FREQUENCY=%d\n", record.getTbldWeeklyFrequency());
+  list.Output(kBat, "SET COLL_TBLD_MONTHLY_FREQUENCY=%d\n", record.getTbldMonthlyFrequency());
+  list.Output(kBat, "SET COLL_TBLD_CTIME_HRS=%d\n", record.getTbldCtimeHrs());
+  list.Output(kBat, "SET COLL_TBLD_CTIME_MINS=%d\n", record.getTbldCtimeMins());
+  list.Output(kBat, "SET COLL_ERRORLOG_STARTUP_MAX_TIME=%d\n", record.getErrorlogStartupMaxTime());
+  list.Output(kBat, "SET COLL_ERRORLOG_STARTUP_MAX_EVENT_ROW=%d\n",
+              record.getErrorlogStartupMaxEventRow());
+  list.Output(kBat, "SET COLL_ERRORLOG_MAX_EVENT_ROW=%d\n", record.getErrorlogMaxEventRow());
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM START COLLECTOR and AGENT\n");
+  WriteCollectorStart(list, "VSQCOLL");
+  list.Output(kBat, "START /MIN VSQAGENT -console -hkey \"VSQ\\610\\%s\"\n", server.c_str());
+}
+
+}  // namespace
+
+int write_single_mssql_bat(config::DbConfigList& list, const config::DbConfig& record) {
+  list.Output(1, "\nwrite_single_mssql_bat: enter\n");
+  const std::string path =
+      list.GetEtcDir(config::kFormResolved) + "\\MSMSQL_" + record.getServerName() + ".bat";
+  TraceExisting(list, path);
+
+  ChannelFile file(list);
+  if (const int opened = OpenWithDirectories(list, path, &file, open_bat); opened != kWritten) {
+    return opened;
+  }
+  const std::string history = HistoryDir(list, "VSQ", record.getServerName());
+  WriteBody(list, record, history);
+  if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
+    return committed;
+  }
+  list.Output(1, "Finished generating %s file\n", path.c_str());
+  list.Output(1, "write_single_mssql_bat: exit\n");
+
+  MakeHistoryDir(list, history);
+  return kWritten;
+}
+
+}  // namespace generate

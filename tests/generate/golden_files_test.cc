@@ -1,0 +1,102 @@
+// The generated files of each server kind, line for line.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "common/host_registry.h"
+#include "generate/agent_files.h"
+#include "generate/generate_test_home.h"
+#include "platform/files.h"
+
+namespace generate {
+namespace {
+
+using GoldenFiles = GenerateTest;
+
+TEST_F(GoldenFiles, SqlServerNamedAndDefaultInstance) {
+  ASSERT_TRUE(sqxa_test::LoadHost(DefaultHomeRegistry()));
+  Write("vsqmma.ini", kManagementAgentText);
+
+  const config::DbConfig named =
+      SqlServerRecord("INST1", "C:\\Program Files\\Microsoft SQL Server\\MSSQL10.INST1\\MSSQL");
+  ASSERT_EQ(Generate_IniBatFiles(list_, 3, named, 3), 0);
+  ExpectGolden("VSQMMA_INST1.ini", "mssql_named.ini");
+  ExpectGolden("MSMSQL_INST1.bat", "mssql_named.bat");
+  EXPECT_TRUE(std::filesystem::is_directory(etc_ / "logs" / "History" / "VSQ" / "INST1"));
+
+  // The home of the default instance differs only in letter case.
+  config::DbConfig main = SqlServerRecord("MSSQLSERVER", kDefaultSqlHome);
+  main.setHomeDir("c:\\program files\\microsoft sql server\\mssql");
+  main.setExtendedParams("1");
+  ASSERT_EQ(Generate_IniBatFiles(list_, 3, main, 0), 0);
+  ExpectGolden("VSQMMA_MSSQLSERVER.ini", "mssql_default.ini");
+  ExpectGolden("MSMSQL_MSSQLSERVER.bat", "mssql_default.bat");
+}
+
+TEST_F(GoldenFiles, OracleByVersionAndTnsAdmin) {
+  Write("vormma.ini", kManagementAgentText);
+  struct Case {
+    const char* version;
+    const char* tns_admin;
+  };
+  for (const Case& c : {Case{"8.1.7", "D:\\tns"}, Case{"9.2.0", ""}, Case{"12.1.0", ""}}) {
+    const std::string name = std::string("ORA") + c.version;
+    ASSERT_EQ(Generate_IniBatFiles(list_, 1, OracleRecord(name, c.version, c.tns_admin), 1), 0);
+    ExpectGolden("VORMMA_" + name + ".ini", std::string("oracle_") + c.version + ".ini");
+    ExpectGolden("Oracle_" + name + ".bat", std::string("oracle_") + c.version + ".bat");
+  }
+}
+
+TEST_F(GoldenFiles, SybaseByVersion) {
+  Write("vsymma.ini", kManagementAgentText);
+  for (const char* version : {"11.9.2", "12.5", "15.0.3"}) {
+    const std::string name = std::string("SYB") + version;
+    ASSERT_EQ(Generate_IniBatFiles(list_, 2, SybaseRecord(name, version), 2), 0);
+    ExpectGolden("VSYMMA_" + name + ".ini", std::string("sybase_") + version + ".ini");
+    ExpectGolden("Sybase_" + name + ".bat", std::string("sybase_") + version + ".bat");
+  }
+}
+
+TEST_F(GoldenFiles, InformixFilesOfTheWholeList) {
+  // The Informix test settings come from the working directory.
+  const std::filesystem::path previous = std::filesystem::current_path();
+  std::filesystem::current_path(etc_);
+  Write("vdbtset.ini", "[Local Settings]\nCOLL_DEBUG=1\n");
+  ASSERT_TRUE(platform::SetEnvironment("SQXA_TEST_HOST", "dbhost"));
+  list_.SetHostName("SQXA_TEST_HOST");
+  list_.Add(std::make_unique<config::DbConfig>(InformixRecord("IFX1", 4)), 4);
+  list_.Add(std::make_unique<config::DbConfig>(InformixRecord("IFX2", 5)), 4);
+
+  EXPECT_EQ(write_informix_ini_files(list_, 2), 2);
+  EXPECT_EQ(write_informix_bat_files(list_, 2), 2);
+  std::filesystem::current_path(previous);
+  ExpectGolden("VIXMMA_IFX1.ini", "informix.ini");
+  ExpectGolden("Informix_IFX1.bat", "informix.bat");
+  EXPECT_TRUE(Exists("VIXMMA_IFX2.ini"));
+  EXPECT_TRUE(Exists("Informix_IFX2.bat"));
+}
+
+TEST_F(GoldenFiles, PercentSignsAreWrittenAsTheyAre) {
+  Write("vsqmma.ini", kManagementAgentText);
+  Write("vsymma.ini", kManagementAgentText);
+  config::DbConfig record = SqlServerRecord("a%n%s", "C:\\100%\\%PATH%");
+  record.setLoginName("x%d%%");
+  ASSERT_EQ(Generate_IniBatFiles(list_, 3, record, 7), 0);
+  const std::string ini = Read("VSQMMA_a%n%s.ini");
+  EXPECT_NE(ini.find("MarTask=a%n%s\n"), std::string::npos);
+  EXPECT_NE(ini.find("COLL_LOGON=x%d%%\n"), std::string::npos);
+  EXPECT_NE(ini.find("MSSQL_HOME=C:\\100%\\%PATH%\n"), std::string::npos);
+  EXPECT_NE(ini.find("KDH_SERVICEPOINT=@COMPUTERNAME@_SQ_a%n%s\n"), std::string::npos);
+  const std::string bat = Read("MSMSQL_a%n%s.bat");
+  EXPECT_NE(bat.find("SET INST=a%n%s\n"), std::string::npos);
+  EXPECT_NE(bat.find("-hkey \"VSQ\\610\\a%n%s\"\n"), std::string::npos);
+
+  list_.Add(std::make_unique<config::DbConfig>(record), 3);
+  ASSERT_EQ(Generate_IniIncFile(list_, 3), 0);
+  EXPECT_EQ(Read("vsqinc.ini"), "\n[Include]\nAdd={ETC}\\VSQMMA_a%n%s.ini\n");
+}
+
+}  // namespace
+}  // namespace generate
