@@ -23,12 +23,16 @@ bool LoadHost(const std::string& regText) {
     wide.push_back(c);
     wide.push_back('\0');
   }
-  const std::filesystem::path path =
-      std::filesystem::temp_directory_path() /
-      ("sqxa-host-" + std::to_string(platform::CurrentProcessId()) + ".reg");
+  static int generation = 0;
+  const std::filesystem::path path = std::filesystem::temp_directory_path() /
+                                     ("sqxa-host-" + std::to_string(platform::CurrentProcessId()) +
+                                      "-" + std::to_string(++generation) + ".reg");
   std::ofstream(path, std::ios::binary) << wide;
-  const bool imported =
-      std::system(("reg import \"" + path.string() + "\" >nul 2>&1").c_str()) == 0;
+  // Wine's reg tool now and then fails an import that succeeds when repeated.
+  bool imported = false;
+  for (int attempt = 0; attempt < 3 && !imported; ++attempt) {
+    imported = std::system(("reg import \"" + path.string() + "\" >nul 2>&1").c_str()) == 0;
+  }
   std::error_code ignored;
   std::filesystem::remove(path, ignored);
   return imported;
