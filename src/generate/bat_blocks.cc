@@ -1,5 +1,6 @@
 #include "generate/bat_blocks.h"
 
+#include "generate/channel_file.h"
 #include "generate/create_dir.h"
 #include "support/config_log.h"
 
@@ -31,6 +32,29 @@ void WriteFixedCollectorSettings(config::DbConfigList& list) {
 void WriteCollectorStart(config::DbConfigList& list, const std::string& collector) {
   const std::string program = list.GetCommonCollector() == 1 ? "VDBCOLL" : collector;
   list.Output(support::kBatChannel, "START /MIN %s -console \n", program.c_str());
+}
+
+int WriteInstanceBat(config::DbConfigList& list, const config::DbConfig& record, const char* writer,
+                     const char* stem, const char* product, BatBody body) {
+  list.Output(1, "\n%s: enter\n", writer);
+  const std::string path =
+      list.GetEtcDir(config::kFormResolved) + "\\" + stem + record.getServerName() + ".bat";
+  TraceExisting(list, path);
+
+  ChannelFile file(list);
+  if (const int opened = OpenWithDirectories(list, path, &file, open_bat); opened != kWritten) {
+    return opened;
+  }
+  const std::string history = HistoryDir(list, product, record.getServerName());
+  body(list, record, history);
+  if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
+    return committed;
+  }
+  list.Output(1, "Finished generating %s file\n", path.c_str());
+  list.Output(1, "%s: exit\n", writer);
+
+  MakeHistoryDir(list, history);
+  return kWritten;
 }
 
 }  // namespace generate

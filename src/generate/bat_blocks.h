@@ -21,4 +21,13 @@ void WriteFixedCollectorSettings(config::DbConfigList& list);
 // The collector start line; it ends with a blank, as the agents' tools expect.
 void WriteCollectorStart(config::DbConfigList& list, const std::string& collector);
 
+// Writes the instance's start-up file "<etc>\<stem><server>.bat" with `body`
+// and then makes its history directory: what the SQL Server, Oracle and Sybase
+// writers (named `writer` in the traces) share. Results as those writers'.
+using BatBody = void (*)(config::DbConfigList& list, const config::DbConfig& record,
+                         const std::string& history);
+[[nodiscard]] int WriteInstanceBat(config::DbConfigList& list, const config::DbConfig& record,
+                                   const char* writer, const char* stem, const char* product,
+                                   BatBody body);
+
 }  // namespace generate

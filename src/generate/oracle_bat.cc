@@ -58,25 +58,7 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
 }  // namespace
 
 int write_single_oracle_bat(config::DbConfigList& list, const config::DbConfig& record) {
-  list.Output(1, "\nwrite_single_oracle_bat: enter\n");
-  const std::string path =
-      list.GetEtcDir(config::kFormResolved) + "\\Oracle_" + record.getServerName() + ".bat";
-  TraceExisting(list, path);
-
-  ChannelFile file(list);
-  if (const int opened = OpenWithDirectories(list, path, &file, open_bat); opened != kWritten) {
-    return opened;
-  }
-  const std::string history = HistoryDir(list, "VOR", record.getServerName());
-  WriteBody(list, record, history);
-  if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
-    return committed;
-  }
-  list.Output(1, "Finished generating %s file\n", path.c_str());
-  list.Output(1, "write_single_oracle_bat: exit\n");
-
-  MakeHistoryDir(list, history);
-  return kWritten;
+  return WriteInstanceBat(list, record, "write_single_oracle_bat", "Oracle_", "VOR", &WriteBody);
 }
 
 }  // namespace generate

@@ -63,25 +63,7 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
 }  // namespace
 
 int write_single_sybase_bat(config::DbConfigList& list, const config::DbConfig& record) {
-  list.Output(1, "\nwrite_single_sybase_bat: enter\n");
-  const std::string path =
-      list.GetEtcDir(config::kFormResolved) + "\\Sybase_" + record.getServerName() + ".bat";
-  TraceExisting(list, path);
-
-  ChannelFile file(list);
-  if (const int opened = OpenWithDirectories(list, path, &file, open_bat); opened != kWritten) {
-    return opened;
-  }
-  const std::string history = HistoryDir(list, "VSY", record.getServerName());
-  WriteBody(list, record, history);
-  if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
-    return committed;
-  }
-  list.Output(1, "Finished generating %s file\n", path.c_str());
-  list.Output(1, "write_single_sybase_bat: exit\n");
-
-  MakeHistoryDir(list, history);
-  return kWritten;
+  return WriteInstanceBat(list, record, "write_single_sybase_bat", "Sybase_", "VSY", &WriteBody);
 }
 
 }  // namespace generate
