@@ -15,19 +15,20 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace platform {
 
 // Status numbers (the Win32 error codes of the same meaning).
-inline constexpr long kRegSuccess = 0;             // ERROR_SUCCESS
-inline constexpr long kRegFileNotFound = 2;        // ERROR_FILE_NOT_FOUND
-inline constexpr long kRegAccessDenied = 5;        // ERROR_ACCESS_DENIED (also: key has subkeys)
-inline constexpr long kRegBadNetPath = 53;         // ERROR_BAD_NETPATH
-inline constexpr long kRegInvalidParameter = 87;   // ERROR_INVALID_PARAMETER
-inline constexpr long kRegMoreData = 234;          // ERROR_MORE_DATA
-inline constexpr long kRegNoMoreItems = 259;       // ERROR_NO_MORE_ITEMS
-inline constexpr long kRegBadDatabase = 1009;      // ERROR_BADDB: the registry file is malformed
-inline constexpr long kRegCannotWrite = 1013;      // ERROR_CANTWRITE
+inline constexpr long kRegSuccess = 0;            // ERROR_SUCCESS
+inline constexpr long kRegFileNotFound = 2;       // ERROR_FILE_NOT_FOUND
+inline constexpr long kRegAccessDenied = 5;       // ERROR_ACCESS_DENIED (also: key has subkeys)
+inline constexpr long kRegBadNetPath = 53;        // ERROR_BAD_NETPATH
+inline constexpr long kRegInvalidParameter = 87;  // ERROR_INVALID_PARAMETER
+inline constexpr long kRegMoreData = 234;         // ERROR_MORE_DATA
+inline constexpr long kRegNoMoreItems = 259;      // ERROR_NO_MORE_ITEMS
+inline constexpr long kRegBadDatabase = 1009;     // ERROR_BADDB: the registry file is malformed
+inline constexpr long kRegCannotWrite = 1013;     // ERROR_CANTWRITE
 
 // Access options, with the values of the Win32 constants.
 inline constexpr uint32_t kKeyQueryValue = 0x0001;
@@ -89,6 +90,13 @@ class Registry {
                                        std::unique_ptr<RegistryKey>* key) = 0;
   // Deletes a key that has no subkeys (kRegAccessDenied when it has some).
   [[nodiscard]] virtual long DeleteKey(const std::string& path, uint32_t access) = 0;
+  // Makes `values` the whole set of values of the key at `path`, in their
+  // order (a later value of the same name replaces an earlier one), creating
+  // the key and any missing parents; its subkeys stay. The file-backed hive
+  // does it in one rewrite of the file, so readers see the old values or the
+  // new ones; the Windows registry takes the values one by one.
+  [[nodiscard]] virtual long ReplaceValues(const std::string& path,
+                                           const std::vector<RegValue>& values) = 0;
 };
 
 }  // namespace platform

@@ -338,6 +338,24 @@ class FileRegistry final : public Registry {
     });
   }
 
+  long ReplaceValues(const std::string& path, const std::vector<RegValue>& values) override {
+    for (const RegValue& value : values) {
+      if (!CanStore(value.name, value.type, value.data)) return kRegInvalidParameter;
+    }
+    return ModifyHive(file_, [&](RegTree* tree, bool* changed) {
+      RegTree::KeyId id = RegTree::kRoot;
+      if (!tree->CreateKey(path, &id, changed)) return kRegInvalidParameter;
+      if (id == RegTree::kRoot) return kRegInvalidParameter;
+      const std::vector<RegValue> old = tree->Values(id);
+      for (const RegValue& value : old) (void)tree->DeleteValue(id, value.name);
+      for (const RegValue& value : values) {
+        if (!tree->SetValue(id, value)) return kRegInvalidParameter;
+      }
+      *changed = true;
+      return kRegSuccess;
+    });
+  }
+
  private:
   const std::string file_;
 };

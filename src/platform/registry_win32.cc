@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/reg_file.h"
 #include "platform/registry.h"
@@ -127,6 +128,36 @@ class Win32Registry final : public Registry {
 
   long DeleteKey(const std::string& path, uint32_t access) override {
     return RegDeleteKeyExA(hive_, path.c_str(), access & (KEY_WOW64_64KEY | KEY_WOW64_32KEY), 0);
+  }
+
+  long ReplaceValues(const std::string& path, const std::vector<RegValue>& values) override {
+    std::vector<std::string> stored(values.size());
+    for (size_t i = 0; i < values.size(); ++i) {
+      if (!RegStoredFromText(values[i].type, values[i].data, &stored[i])) {
+        return kRegInvalidParameter;
+      }
+    }
+    HKEY key = nullptr;
+    LONG status = RegCreateKeyExA(hive_, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                  KEY_QUERY_VALUE | KEY_SET_VALUE, nullptr, &key, nullptr);
+    if (status != ERROR_SUCCESS) return status;
+    const Win32Key owner(key);  // closes it on every path
+    // Deleting shifts the indexes down: the first value is always the next one.
+    std::string name(32768, '\0');  // names have at most 16,383 characters
+    for (;;) {
+      DWORD size = static_cast<DWORD>(name.size());
+      status = RegEnumValueA(key, 0, name.data(), &size, nullptr, nullptr, nullptr, nullptr);
+      if (status == ERROR_NO_MORE_ITEMS) break;
+      if (status != ERROR_SUCCESS) return status;
+      status = RegDeleteValueA(key, std::string(name.data(), size).c_str());
+      if (status != ERROR_SUCCESS) return status;
+    }
+    for (size_t i = 0; i < values.size(); ++i) {
+      status = RegSetValueExA(key, values[i].name.c_str(), 0, values[i].type, Bytes(&stored[i]),
+                              static_cast<DWORD>(stored[i].size()));
+      if (status != ERROR_SUCCESS) return status;
+    }
+    return kRegSuccess;
   }
 
  private:

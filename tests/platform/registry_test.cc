@@ -195,3 +195,31 @@ TEST_F(RegistryTest, DeleteKeyRefusesKeysWithSubkeys) {
 }
 
 }  // namespace
+
+TEST_F(RegistryTest, ReplaceValuesSetsTheWholeKeyAndKeepsSubkeys) {
+  const std::string gamma = kInstances + "\\Gamma";
+  ASSERT_EQ(hive_->ReplaceValues(gamma, {{"A", kRegSz, "1"}, {"B", kRegSz, "2"}}), kRegSuccess);
+  // A later value of a name wins; values not listed go; the subkey stays.
+  ASSERT_EQ(hive_->ReplaceValues(
+                gamma, {{"B", kRegSz, "old"}, {"C", kRegDword, "3"}, {"b", kRegSz, "new"}}),
+            kRegSuccess);
+  auto key = Open(gamma);
+  ASSERT_TRUE(key);
+  const auto values = Values(key.get());
+  ASSERT_EQ(values.size(), 2u);
+  RegValue value;
+  ASSERT_EQ(key->QueryValue("B", &value), kRegSuccess);
+  EXPECT_EQ(value.data, "new");
+  ASSERT_EQ(key->QueryValue("C", &value), kRegSuccess);
+  EXPECT_EQ(Tuple(value), Tuple({"C", kRegDword, "3"}));
+  EXPECT_EQ(key->QueryValue("A", &value), kRegFileNotFound);
+  EXPECT_EQ(SubKeys(key.get()), (std::vector<std::string>{"Sub"}));
+
+  // A new key with its parents; a value that does not fit its type changes nothing.
+  ASSERT_EQ(hive_->ReplaceValues(kInstances + "\\New\\Environment", {{"X", kRegSz, ""}}),
+            kRegSuccess);
+  EXPECT_EQ(Values(Open(kInstances + "\\New\\Environment").get()).size(), 1u);
+  EXPECT_EQ(hive_->ReplaceValues(kAlpha, {{"Home", kRegSz, "x"}, {"Count", kRegDword, "-1"}}),
+            kRegInvalidParameter);
+  EXPECT_EQ(Values(Open(kAlpha).get()).size(), 8u);
+}

@@ -1,0 +1,131 @@
+#include "registration.h"
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "framework/product_dirs.h"
+#include "instance_file.h"
+#include "placeholders.h"
+#include "platform/registry.h"
+
+namespace vinconfg {
+namespace {
+
+constexpr const char* kProducts = "Software\\Marlox\\";
+
+std::string Upper(const std::string& text) {
+  std::string upper = text;
+  for (char& c : upper) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return upper;
+}
+
+// The values of the instance's key: local settings first, the overrides after
+// them; a name keeps its first place and takes its last value.
+std::vector<platform::RegValue> EnvironmentValues(const InstanceFile& file,
+                                                  const Placeholders& placeholders) {
+  std::vector<platform::RegValue> values;
+  std::map<std::string, size_t> index;  // upper-case name -> place in values
+  for (const char* section : {"Local Settings", "Override Local Settings"}) {
+    for (const Entry& entry : file.EntriesOf(section)) {
+      if (entry.first.empty()) continue;  // a value needs a name here
+      const std::string data = Resolve(entry.second, placeholders);
+      const auto [place, added] = index.try_emplace(Upper(entry.first), values.size());
+      if (added) {
+        values.push_back({entry.first, platform::kRegSz, data});
+      } else {
+        values[place->second].data = data;
+      }
+    }
+  }
+  return values;
+}
+
+// Deletes `path` and every key below it.
+long DeleteTree(platform::Registry& hive, const std::string& path) {
+  std::vector<std::string> children;
+  {
+    std::unique_ptr<platform::RegistryKey> key;
+    const long status = hive.OpenKey(path, platform::kKeyRead, &key);
+    if (status != platform::kRegSuccess) return status;
+    std::string name;
+    for (uint32_t i = 0; key->EnumSubKey(i, &name) == platform::kRegSuccess; ++i) {
+      children.push_back(name);
+    }
+  }
+  for (const std::string& child : children) {
+    const long status = DeleteTree(hive, path + "\\" + child);
+    if (status != platform::kRegSuccess && status != platform::kRegFileNotFound) return status;
+  }
+  return hive.DeleteKey(path, 0);
+}
+
+}  // namespace
+
+int RegisterInstance(const std::string& iniPath, const std::string& instance) {
+  std::string etc;  // the agent's directory, with its final separator
+  if (!VFW::Util::getMarloxConfigDir("SQ", &etc) || etc.empty()) {
+    std::fprintf(stderr, "vinconfg: MARLOX_HOME is not set\n");
+    return kNoHome;
+  }
+  InstanceFile file;
+  if (!file.Load(iniPath)) {
+    std::fprintf(stderr, "vinconfg: cannot read the instance file '%s'\n", iniPath.c_str());
+    return kBadInstanceFile;
+  }
+  const std::string product = file.ValueOf("Identity", "MarProd");
+  const std::string version = file.ValueOf("Identity", "MarVers");
+  if (product.empty() || version.empty()) {
+    std::fprintf(stderr, "vinconfg: '%s' names no product and version in [Identity]\n",
+                 iniPath.c_str());
+    return kBadInstanceFile;
+  }
+  const std::string path = kProducts + product + "\\" + version + "\\" + instance + "\\Environment";
+  std::unique_ptr<platform::Registry> hive;
+  long status = platform::Registry::Connect("", &hive);
+  if (status == platform::kRegSuccess) {
+    status = hive->ReplaceValues(
+        path,
+        EnvironmentValues(file, PlaceholdersFor(etc.substr(0, etc.size() - 1), file, instance)));
+  }
+  if (status != platform::kRegSuccess) {
+    std::fprintf(stderr, "vinconfg: cannot write the registry key '%s' (status %ld)\n",
+                 path.c_str(), status);
+    return kRegistryFailed;
+  }
+  return kDone;
+}
+
+int UnregisterInstance(const std::string& product, const std::string& instance) {
+  const std::string versions_path = kProducts + product;
+  std::unique_ptr<platform::Registry> hive;
+  long status = platform::Registry::Connect("", &hive);
+  std::vector<std::string> versions;
+  if (status == platform::kRegSuccess) {
+    std::unique_ptr<platform::RegistryKey> key;
+    status = hive->OpenKey(versions_path, platform::kKeyRead, &key);
+    if (status == platform::kRegFileNotFound) return kDone;  // the product has no instance
+    std::string name;
+    for (uint32_t i = 0; status == platform::kRegSuccess && key->EnumSubKey(i, &name) == 0; ++i) {
+      versions.push_back(name);
+    }
+  }
+  for (size_t i = 0; status == platform::kRegSuccess && i < versions.size(); ++i) {
+    const std::string path = versions_path + "\\" + versions[i] + "\\" +
+                             (instance.empty() ? std::string("Environment") : instance);
+    status = DeleteTree(*hive, path);
+    if (status == platform::kRegFileNotFound) status = platform::kRegSuccess;
+  }
+  if (status != platform::kRegSuccess) {
+    std::fprintf(stderr,
+                 "vinconfg: cannot remove instance '%s' of %s from the registry (status %ld)\n",
+                 instance.c_str(), product.c_str(), status);
+    return kRegistryFailed;
+  }
+  return kDone;
+}
+
+}  // namespace vinconfg
