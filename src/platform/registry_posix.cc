@@ -200,7 +200,10 @@ bool CanStore(const std::string& name, uint32_t type, const std::string& data) {
 
 // An open key. Like a key of the Windows registry it shows the hive as it is
 // now: changes made through other keys or by other processes are seen, since
-// its values and subkeys are read again whenever the file has changed.
+// its values and subkeys are read again when the file has changed. The file
+// is looked at when a query or an enumeration (index 0) starts; the later
+// indexes of an enumeration continue the same reading, so enumerating a key
+// of n values costs one look at the file rather than n.
 class FileKey final : public RegistryKey {
  public:
   FileKey(std::string file, std::string path, uint32_t access, std::shared_ptr<const RegFile> seen,
@@ -214,7 +217,7 @@ class FileKey final : public RegistryKey {
 
   long EnumValue(uint32_t index, RegValue* value) override {
     if ((access_ & kKeyQueryValue) == 0) return kRegAccessDenied;
-    Refresh();
+    if (index == 0) Refresh();
     if (index >= values_.size()) return kRegNoMoreItems;
     *value = values_[index];
     return kRegSuccess;
@@ -222,7 +225,7 @@ class FileKey final : public RegistryKey {
 
   long EnumSubKey(uint32_t index, std::string* name) override {
     if ((access_ & kKeyEnumerateSubKeys) == 0) return kRegAccessDenied;
-    Refresh();
+    if (index == 0) Refresh();
     if (index >= subkeys_.size()) return kRegNoMoreItems;
     *name = subkeys_[index];
     return kRegSuccess;
