@@ -18,6 +18,9 @@ import sys
 import tempfile
 import time
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
+import sandbox_home  # noqa: E402
+
 
 def main():
     parser = argparse.ArgumentParser()
@@ -32,17 +35,8 @@ def main():
     root = tempfile.mkdtemp(prefix="sqxa_put_timing_")
     try:
         home = os.path.join(root, "home") + "/"
-        for directory in ("ORVAGT6_x64/logs", "InstallORV", "sql/MSSQL/Binn", "sql/MSSQL/Log"):
-            os.makedirs(os.path.join(home, directory))
-        for name in ("sql/MSSQL/Binn/sqlservr.exe", "sql/MSSQL/Log/ERRORLOG"):
-            with open(os.path.join(home, name), "w") as f:
-                f.write("x")
-        with open(os.path.join(home, "ORVAGT6_x64", "vsqmma.ini"), "w") as f:
-            f.write("[Local Settings]\nCOLL_TRACE=ERROR\n")
-        shutil.copyfile(options.tool, os.path.join(home, "InstallORV", "vinconfg"))
-        os.chmod(os.path.join(home, "InstallORV", "vinconfg"), 0o755)
+        sql = sandbox_home.prepare(home, options.tool)
         env = dict(os.environ, MARLOX_HOME=home, PORTNUMBER="1920", COMPUTERNAME="HOST")
-        sql = home.replace("/", "\\") + "sql\\MSSQL"
 
         def put(instance):
             stream = ("INSTANCE=%s\n[DBSETTINGS]\ndb_login=sa\ndb_password=secret\n"

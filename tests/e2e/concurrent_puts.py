@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Twenty puts of distinct instances started at once on one sandbox home must
-leave all twenty in the include file, each with a service number of its own.
+leave all twenty in the include file, each with a service number of its own,
+and registered, so that a get finds each.
 
 Usage: concurrent_puts.py --program PATH --tool PATH [--wine] [--count N]
 """
@@ -11,6 +12,9 @@ import shutil
 import subprocess
 import sys
 import tempfile
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import sandbox_home  # noqa: E402
 
 
 def main():
@@ -30,21 +34,9 @@ def main():
     try:
         home = os.path.join(root, "home") + "/"
         seen_home = ("Z:" + home.replace("/", "\\")) if options.wine else home
-        sql = os.path.join(home, "sql", "MSSQL")
-        for directory in ("ORVAGT6_x64/logs", "InstallORV", "sql/MSSQL/Binn", "sql/MSSQL/Log"):
-            os.makedirs(os.path.join(home, directory))
-        for name in ("sql/MSSQL/Binn/sqlservr.exe", "sql/MSSQL/Log/ERRORLOG"):
-            with open(os.path.join(home, name), "w") as f:
-                f.write("x")
-        with open(os.path.join(home, "ORVAGT6_x64", "vsqmma.ini"), "w") as f:
-            f.write("[Local Settings]\nCOLL_TRACE=ERROR\n")
-        shutil.copyfile(os.path.abspath(options.tool), os.path.join(home, "InstallORV",
-                                                    "vinconfg.exe" if options.wine else "vinconfg"))
-        os.chmod(os.path.join(home, "InstallORV", "vinconfg.exe" if options.wine else "vinconfg"),
-                 0o755)
+        sql_seen = sandbox_home.prepare(home, options.tool, options.wine)
         env = dict(os.environ, MARLOX_HOME=seen_home, PORTNUMBER="1920", COMPUTERNAME="HOST1",
                    MARLOX_REGISTRY=os.path.join(home, "registry.reg"))
-        sql_seen = seen_home + "sql\\MSSQL"
         runs = []
         for i in range(options.count):
             stream = ("INSTANCE=I%02d\n[DBSETTINGS]\ndb_login=sa\ndb_password=p\n"
@@ -72,6 +64,16 @@ def main():
             problems.append("the include file lists %d instances" % len(listed))
         if len(set(numbers)) != options.count:
             problems.append("service numbers are not distinct: %s" % sorted(numbers))
+        # Every instance was registered: the tool's concurrent registry writes
+        # kept each other's keys, so a get finds each one.
+        for i in range(options.count):
+            command = (["wine"] if options.wine else []) + [os.path.abspath(options.program), "-g",
+                                                             "I%02d:h:X" % i]
+            got = subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                 stderr=subprocess.PIPE, env=env, cwd=home, timeout=120)
+            if got.returncode != 0:
+                problems.append("get I%02d: %d %s" % (i, got.returncode,
+                                                     got.stderr.decode(errors="replace")))
         for problem in problems:
             print(problem)
         ok = not problems and not failed
@@ -79,7 +81,7 @@ def main():
         return 0 if ok else 1
     finally:
         shutil.rmtree(root, ignore_errors=True)
-        if options.wine:  # what the stand-in registered
+        if options.wine:  # what the tool registered
             subprocess.run(["wine", "reg", "delete", "HKLM\\Software\\Marlox", "/f"],
                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
