@@ -94,6 +94,16 @@ int StoreKindSettings(const VFW::ConfigSection& settings, int kind, const std::s
   return 0;
 }
 
+// A carriage return inside a value would end its line in the generated .ini
+// and .bat files, and what follows it would be read back as a setting of its
+// own. Answers the first property whose value holds one, or null.
+const std::string* PropertyWithLineBreak(const VFW::ConfigSection& settings) {
+  for (const auto& [key, value] : settings.getEntries()) {
+    if (value.find('\r') != std::string::npos) return &key;
+  }
+  return nullptr;
+}
+
 int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& instance) {
   Ras1Scope trace(kFunction);
   RAS1_Printf(RAS1_DETAIL, kFunction, "Updating instance: InstConfig name '%s', instName '%s'",
@@ -107,6 +117,10 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
   if (!isUsableInstanceName(instanceName)) {
     REPORT_ERROR("Invalid agent instance name: %s", instanceName.c_str());
     return 2;
+  }
+  if (const std::string* key = PropertyWithLineBreak(*settings); key != nullptr) {
+    REPORT_ERROR("Invalid value of property %s: it holds a line break", key->c_str());
+    return 4;
   }
   std::unique_ptr<DbServerList> discovered = getDbServerList();
   if (discovered == nullptr) {
@@ -248,7 +262,9 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
   RAS1_Printf(RAS1_DETAIL, kFunction, "Agent service number = '%d'", number);
   record.setServiceNumber(number);
 
-  if (generate::Generate_IniBatFiles(*configured, kind, record, number) < 0) {
+  // Every non-zero result is a file that did not reach its place: the writers
+  // answer positive codes for an .ini or .bat file that could not be written.
+  if (generate::Generate_IniBatFiles(*configured, kind, record, number) != 0) {
     REPORT_ERROR_INDENTED("Unable to generate .ini and/or .bat file");
     return status(103);
   }
@@ -268,7 +284,7 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
   configured->Add(std::move(copy), kind);
   configured->PrintConfigs(kind);
 
-  if (generate::Generate_IniIncFile(*configured, kind) < 0) {
+  if (generate::Generate_IniIncFile(*configured, kind) != 0) {
     REPORT_ERROR("Unable to generate KxxINC.INI file");
     return status(104);
   }

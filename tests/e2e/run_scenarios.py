@@ -20,17 +20,21 @@ Each folder under scenarios/ is one scenario:
                    the expected output (missing: must be empty)
   expected/after/  optional files that must exist in the home afterwards, with
                    these contents
-  expected/absent  optional paths (relative to the home) that must not exist
+  expected/absent  optional paths (relative to the home) that must not exist;
+                   a path may hold glob wildcards (ORVAGT6_x64/*.tmp)
 
 Expected texts may hold {{LINE}} (a source line number), {{TID}} (a thread
 identifier), {{HOME}} (the product home as the program sees it, with its final
 separator) and {{ANY}} (any text on one line). Line ends are compared as LF.
-Every placeholder in env and stdin is replaced too.
+Every placeholder in env and stdin is replaced too. {{REPEAT:<count>:<text>}}
+stands for <text> written <count> times, in every file above (a megabyte of
+input or output without a megabyte file).
 
 Usage: run_scenarios.py --program PATH --tool PATH [--wine] [--only NAME] [--keep]
 Prints one line per scenario and a closing "N passed, N failed".
 """
 import argparse
+import glob
 import os
 import re
 import shutil
@@ -62,14 +66,21 @@ class Sandbox:
         self.seen_home = windows_path(self.home) if wine else self.home
 
     def substitute(self, text):
+        text = REPEAT.sub(lambda m: m.group(2) * int(m.group(1)), text)
         return text.replace("{{HOME}}", self.seen_home)
 
 
+REPEAT = re.compile(r"\{\{REPEAT:(\d+):(.*?)\}\}", re.S)
+
+
 def expected_pattern(text, sandbox):
-    parts = re.split(r"(\{\{(?:LINE|TID|HOME|ANY)\}\})", text)
+    parts = re.split(r"(\{\{(?:LINE|TID|HOME|ANY)\}\}|\{\{REPEAT:\d+:.*?\}\})", text, flags=re.S)
     out = []
     for part in parts:
-        if part in ("{{LINE}}", "{{TID}}"):
+        repeat = REPEAT.fullmatch(part)
+        if repeat:
+            out.append("(?:%s){%s}" % (re.escape(repeat.group(2)), repeat.group(1)))
+        elif part in ("{{LINE}}", "{{TID}}"):
             out.append(r"\d+")
         elif part == "{{HOME}}":
             out.append(re.escape(sandbox.seen_home))
@@ -168,7 +179,7 @@ def run_scenario(name, program, tool, wine, keep):
                 for name in files:
                     path = os.path.join(root, name)
                     text = read(path)
-                    if "{{HOME}}" in text:
+                    if "{{" in text:
                         with open(path, "wb") as f:
                             f.write(sandbox.substitute(text).encode("utf-8", "surrogateescape"))
 
@@ -218,7 +229,7 @@ def run_scenario(name, program, tool, wine, keep):
         if os.path.isdir(after):
             compare_tree(after, sandbox.home, sandbox, problems)
         for line in (read(os.path.join(expected, "absent"), "") or "").splitlines():
-            if line.strip() and os.path.exists(os.path.join(sandbox.home, line.strip())):
+            if line.strip() and glob.glob(os.path.join(glob.escape(sandbox.home), line.strip())):
                 problems.append("file %s should not exist" % line.strip())
     except (RuntimeError, subprocess.TimeoutExpired, OSError) as error:
         problems.append(str(error))

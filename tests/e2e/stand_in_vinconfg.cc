@@ -3,9 +3,12 @@
 // itself and exits with the status in SQXA_STAND_IN_EXIT (0 when unset). Like
 // the real tool it registers an instance on "-ciVSQ~<ini file>~<instance>",
 // with the "[Local Settings]" entries of the .ini file as they stand, and
-// unregisters it on "-uiVSQ<instance>".
+// unregisters it on "-uiVSQ<instance>". With SQXA_STAND_IN_FLOOD set to a
+// byte count it then writes that many "o" to its standard output and as many
+// "e" to its standard error, far more than a pipe holds, before it exits.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -51,6 +54,18 @@ void Unregister(const std::string& instance) {
   (void)hive->DeleteKey(kInstances + instance, 0);
 }
 
+void Flood(std::FILE* stream, char byte, long count) {
+  char chunk[4096];
+  std::memset(chunk, byte, sizeof chunk);
+  for (long left = count; left > 0;) {
+    const size_t size =
+        left < static_cast<long>(sizeof chunk) ? static_cast<size_t>(left) : sizeof chunk;
+    std::fwrite(chunk, 1, size, stream);
+    left -= static_cast<long>(size);
+  }
+  std::fflush(stream);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -70,6 +85,10 @@ int main(int argc, char** argv) {
   const std::string option = argc > 1 ? argv[1] : "";
   if (option.rfind("-ciVSQ~", 0) == 0) Register(option);
   if (option.rfind("-uiVSQ", 0) == 0) Unregister(option.substr(6));
+  if (const char* flood = std::getenv("SQXA_STAND_IN_FLOOD"); flood != nullptr) {
+    Flood(stdout, 'o', std::atol(flood));
+    Flood(stderr, 'e', std::atol(flood));
+  }
   const char* status = std::getenv("SQXA_STAND_IN_EXIT");
   return status != nullptr ? std::atoi(status) : 0;
 }
