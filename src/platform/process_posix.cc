@@ -8,73 +8,35 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "platform/files.h"
 #include "platform/process.h"
+#include "platform/process_output.h"
 
 extern char** environ;
 
 namespace platform {
 namespace {
 
-// What a reader thread collects; shared with the thread so that a Process
-// destroyed while its child runs does not pull the buffer from under it.
-struct Collected {
-  std::string data;
-  size_t read = 0;
-};
-
-class Reader {
- public:
-  Reader() = default;
-  Reader(const Reader&) = delete;
-  Reader& operator=(const Reader&) = delete;
-  ~Reader() {
-    if (thread_.joinable()) thread_.detach();  // the child still runs; the thread ends with it
+// Reads one chunk of a pipe, going on after an interrupted call.
+long ReadPipe(int fd, char* buffer, unsigned size) {
+  for (;;) {
+    const ssize_t count = read(fd, buffer, size);
+    if (count >= 0 || errno != EINTR) return static_cast<long>(count);
   }
+}
 
-  void Start(int fd) {
-    collected_ = std::make_shared<Collected>();
-    thread_ = std::thread([fd, collected = collected_] {
-      char chunk[65536];
-      for (;;) {
-        const ssize_t count = read(fd, chunk, sizeof chunk);
-        if (count > 0) {
-          collected->data.append(chunk, static_cast<size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-          break;
-        }
-      }
-      close(fd);
-    });
-  }
-
-  void Join() {
-    if (thread_.joinable()) thread_.join();
-  }
-
-  int Read(char* buffer, int size) {
-    if (!collected_ || thread_.joinable() || size <= 0) return 0;
-    Collected& c = *collected_;
-    const size_t count = std::min(static_cast<size_t>(size), c.data.size() - c.read);
-    std::memcpy(buffer, c.data.data() + c.read, count);
-    c.read += count;
-    return static_cast<int>(count);
-  }
-
- private:
-  std::shared_ptr<Collected> collected_;
-  std::thread thread_;
-};
+// Collects what the child writes to the pipe `fd`, closing it at the end.
+void Collect(OutputCollector* collector, int fd) {
+  collector->Start([fd](char* buffer, unsigned size) { return ReadPipe(fd, buffer, size); },
+                   [fd] { close(fd); });
+}
 
 class Fd {
  public:
@@ -157,8 +119,8 @@ class PosixProcess final : public Process {
 
     pid_ = pid;
     stdin_.Reset(in.write.Release());
-    stdout_.Start(out.read.Release());
-    stderr_.Start(err.read.Release());
+    Collect(&stdout_, out.read.Release());
+    Collect(&stderr_, err.read.Release());
     return true;
   }
 
@@ -205,8 +167,8 @@ class PosixProcess final : public Process {
   std::vector<std::string> arguments_;
   pid_t pid_ = -1;
   Fd stdin_;
-  Reader stdout_;
-  Reader stderr_;
+  OutputCollector stdout_;
+  OutputCollector stderr_;
 };
 
 }  // namespace

@@ -4,14 +4,13 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "platform/process.h"
+#include "platform/process_output.h"
 
 namespace platform {
 namespace {
@@ -41,51 +40,17 @@ class Handle {
   HANDLE handle_ = nullptr;
 };
 
-// What a reader thread collects; shared with the thread so that a Process
-// destroyed while its child runs does not pull the buffer from under it.
-struct Collected {
-  std::string data;
-  size_t read = 0;
-};
+// Reads one chunk of a pipe; a pipe whose writer has gone reads as its end.
+long ReadPipe(HANDLE pipe, char* buffer, unsigned size) {
+  DWORD count = 0;
+  return ReadFile(pipe, buffer, size, &count, nullptr) ? static_cast<long>(count) : -1;
+}
 
-class Reader {
- public:
-  Reader() = default;
-  Reader(const Reader&) = delete;
-  Reader& operator=(const Reader&) = delete;
-  ~Reader() {
-    if (thread_.joinable()) thread_.detach();  // the child still runs; the thread ends with it
-  }
-
-  void Start(HANDLE pipe) {
-    collected_ = std::make_shared<Collected>();
-    thread_ = std::thread([pipe, collected = collected_] {
-      char chunk[65536];
-      DWORD count = 0;
-      while (ReadFile(pipe, chunk, sizeof chunk, &count, nullptr) && count > 0) {
-        collected->data.append(chunk, count);
-      }
-      CloseHandle(pipe);
-    });
-  }
-
-  void Join() {
-    if (thread_.joinable()) thread_.join();
-  }
-
-  int Read(char* buffer, int size) {
-    if (!collected_ || thread_.joinable() || size <= 0) return 0;
-    Collected& c = *collected_;
-    const size_t count = std::min(static_cast<size_t>(size), c.data.size() - c.read);
-    std::memcpy(buffer, c.data.data() + c.read, count);
-    c.read += count;
-    return static_cast<int>(count);
-  }
-
- private:
-  std::shared_ptr<Collected> collected_;
-  std::thread thread_;
-};
+// Collects what the child writes to `pipe`, closing it at the end.
+void Collect(OutputCollector* collector, HANDLE pipe) {
+  collector->Start([pipe](char* buffer, unsigned size) { return ReadPipe(pipe, buffer, size); },
+                   [pipe] { CloseHandle(pipe); });
+}
 
 // One argument as the Microsoft C runtime reads it back: quoted when it is
 // empty or holds a blank or a quote; backslashes doubled where they precede a
@@ -160,8 +125,8 @@ class Win32Process final : public Process {
     }
     CloseHandle(info.hThread);
     *process_.out() = info.hProcess;
-    stdout_.Start(out.Release());
-    stderr_.Start(err.Release());
+    Collect(&stdout_, out.Release());
+    Collect(&stderr_, err.Release());
     return true;
   }
 
@@ -199,8 +164,8 @@ class Win32Process final : public Process {
   std::vector<std::string> arguments_;
   Handle process_;
   Handle stdin_;
-  Reader stdout_;
-  Reader stderr_;
+  OutputCollector stdout_;
+  OutputCollector stderr_;
 };
 
 }  // namespace
