@@ -57,6 +57,28 @@ void WriteIdentity(config::DbConfigList& list, const Identity& identity,
   list.Output(kIni, "\n");
 }
 
+void BeginLocalSettings(config::DbConfigList& list, History history) {
+  list.Output(kIni, "[Local Settings]\n");
+  list.Output(kIni, "COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormAtSign).c_str());
+  if (history == History::kKept) {
+    list.Output(kIni, "MTIRA_HIST_DIR=@LogPath@\\History\\@MarProd@\\@MarTask@\n");
+  }
+}
+
+void WriteLogonSettings(config::DbConfigList& list, const config::DbConfig& record) {
+  list.Output(kIni, "COLL_LOGON=%s\n", record.getLoginName().c_str());
+  list.Output(kIni, "COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  list.Output(kIni, "COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+}
+
+void WriteFixedCollectorEntries(config::DbConfigList& list, int serviceNumber) {
+  list.Output(kIni, "COLL_SERVERID=@INSTANCENAME@\n");
+  list.Output(kIni, "COLL_HOSTNAME=@COMPUTERNAME@\n");
+  list.Output(kIni, "COLL_PREFIX=TEMP\n");
+  list.Output(kIni, "COLL_USESHM=1\n");
+  list.Output(kIni, "COLL_SERVICENUMBER=%d\n", serviceNumber);
+}
+
 void WriteServices(config::DbConfigList& list, const ServiceNames& names, int serviceNumber,
                    const std::string& server, const char* collector_program, bool blank_after) {
   const std::string bin = list.GetBinDir(config::kFormAtSign);

@@ -1,10 +1,11 @@
 // The parts that the instance .ini files of all server kinds share: the
-// comment header, the identity section, the two service sections and the
-// test-settings lines at the end.
+// comment header, the identity section, the local-settings entries most kinds
+// have alike, the two service sections and the test-settings lines at the end.
 #pragma once
 
 #include <string>
 
+#include "config/db_config.h"
 #include "config/db_config_list.h"
 
 namespace generate {
@@ -21,6 +22,18 @@ struct Identity {
   const char* title;        // VinDesc
 };
 void WriteIdentity(config::DbConfigList& list, const Identity& identity, const std::string& server);
+
+// Opens the [Local Settings] section with the etc directory and, for the
+// kinds whose agents keep a history, the history directory.
+enum class History { kNone, kKept };
+void BeginLocalSettings(config::DbConfigList& list, History history);
+
+// The database logon, its password in stored form, and the error log.
+void WriteLogonSettings(config::DbConfigList& list, const config::DbConfig& record);
+
+// The entries that the SQL Server, Oracle and Sybase collectors take
+// unchanged, then the instance's service number.
+void WriteFixedCollectorEntries(config::DbConfigList& list, int serviceNumber);
 
 struct ServiceNames {
   const char* agent_section;      // "VMAMSSQLAgent" + number

@@ -6,6 +6,7 @@
 #include "generate/agent_files.h"
 #include "generate/bat_blocks.h"
 #include "generate/channel_file.h"
+#include "generate/sql_server_settings.h"
 #include "support/config_log.h"
 
 namespace generate {
@@ -42,25 +43,7 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   list.Output(kBat, "SET COLL_LONG_LIVE_CONNECT=%s\n", record.getLongLiveConnect().c_str());
   list.Output(kBat, "SET COLL_WINAUTHENTICATION=%s\n", record.getWinAuthentication().c_str());
   list.Output(kBat, "SET COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
-  if (list.IsNamedInstance(record.getHomeDir()) != 0) {
-    list.Output(kBat, "SET KDH_SERVICEPOINT=%%COMPUTERNAME%%_SQ_%s\n", server.c_str());
-    list.Output(kBat, "SET IRA_SERVICE_INTERFACE_NAME=%%COMPUTERNAME%%_SQ_%s\n", server.c_str());
-    list.Output(kBat, "SET VSQ_NAMED_INSTANCE=1\n");
-  } else {
-    list.Output(kBat, "SET KDH_SERVICEPOINT=%%COMPUTERNAME%%_SQ\n");
-    list.Output(kBat, "SET IRA_SERVICE_INTERFACE_NAME=%%COMPUTERNAME%%_SQ\n");
-    list.Output(kBat, "SET VSQ_NAMED_INSTANCE=0\n");
-  }
-  list.Output(kBat, "SET COLL_INCLUDE_DBNAMES=%s\n", record.getIncludeDbNames().c_str());
-  list.Output(kBat, "SET COLL_TBLD_DAILY_FREQUENCY=%d\n", record.getTbldDailyFrequency());
-  list.Output(kBat, "SET COLL_TBLD_WEEKLY_FREQUENCY=%d\n", record.getTbldWeeklyFrequency());
-  list.Output(kBat, "SET COLL_TBLD_MONTHLY_FREQUENCY=%d\n", record.getTbldMonthlyFrequency());
-  list.Output(kBat, "SET COLL_TBLD_CTIME_HRS=%d\n", record.getTbldCtimeHrs());
-  list.Output(kBat, "SET COLL_TBLD_CTIME_MINS=%d\n", record.getTbldCtimeMins());
-  list.Output(kBat, "SET COLL_ERRORLOG_STARTUP_MAX_TIME=%d\n", record.getErrorlogStartupMaxTime());
-  list.Output(kBat, "SET COLL_ERRORLOG_STARTUP_MAX_EVENT_ROW=%d\n",
-              record.getErrorlogStartupMaxEventRow());
-  list.Output(kBat, "SET COLL_ERRORLOG_MAX_EVENT_ROW=%d\n", record.getErrorlogMaxEventRow());
+  WriteSqlServerTuning(list, kBatSyntax, record);
   list.Output(kBat, "\n");
   list.Output(kBat, "REM START COLLECTOR and AGENT\n");
   WriteCollectorStart(list, "VSQCOLL");

@@ -2,9 +2,8 @@
 #include <string>
 
 #include "generate/agent_files.h"
-#include "generate/channel_file.h"
-#include "generate/current_path.h"
 #include "generate/ini_blocks.h"
+#include "generate/instance_ini.h"
 #include "generate/version_rules.h"
 #include "support/config_log.h"
 
@@ -27,25 +26,17 @@ const ServiceNames kServices = {"VMASybaseAgent",
 
 void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& record,
                         int serviceNumber) {
-  list.Output(kIni, "[Local Settings]\n");
-  list.Output(kIni, "COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormAtSign).c_str());
-  list.Output(kIni, "MTIRA_HIST_DIR=@LogPath@\\History\\@MarProd@\\@MarTask@\n");
+  BeginLocalSettings(list, History::kKept);
   list.Output(kIni, "KDC_PORTS=(2 135 %s)\n", list.GetPortNumber(config::kFormAtSign).c_str());
   list.Output(kIni, "KDC_FAMILIES=@Protocol@\n");
-  list.Output(kIni, "COLL_LOGON=%s\n", record.getLoginName().c_str());
-  list.Output(kIni, "COLL_PASSWORD=%s\n", record.getPassword().c_str());
-  list.Output(kIni, "COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+  WriteLogonSettings(list, record);
   list.Output(kIni, "COLL_VERSION=VSY\n");
   list.Output(kIni, "COLL_DBVERSION=%s\n", record.getVersion().c_str());
   list.Output(kIni, "COLL_DBHOME=%s\n", record.getHomeDir().c_str());
   // The record's open-client directory whatever the version; the .bat file
   // derives its own.
   list.Output(kIni, "SYBASE_OCS=%s\n", record.getOcsDir().c_str());
-  list.Output(kIni, "COLL_SERVERID=@INSTANCENAME@\n");
-  list.Output(kIni, "COLL_HOSTNAME=@COMPUTERNAME@\n");
-  list.Output(kIni, "COLL_PREFIX=TEMP\n");
-  list.Output(kIni, "COLL_USESHM=1\n");
-  list.Output(kIni, "COLL_SERVICENUMBER=%d\n", serviceNumber);
+  WriteFixedCollectorEntries(list, serviceNumber);
   list.Output(kIni, "COLL_HOLD_SYSMON=0\n");
   list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::kFormAtSign).c_str());
   list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::kFormAtSign).c_str());
@@ -53,39 +44,22 @@ void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& reco
   list.Output(kIni, "CONFIG_VERSION=2.0.0\n");
 }
 
+const IniLayout kLayout = {
+    .writer = "write_single_sybase_ini",
+    .stem = "VSYMMA_",
+    .banner = Banner::kLicence,
+    .identity = kIdentity,
+    .local_settings = &WriteLocalSettings,
+    .services = kServices,
+};
+
 }  // namespace
 
 int write_single_sybase_ini(config::DbConfigList& list, const config::DbConfig& record,
                             int serviceNumber) {
-  list.Output(1, "\nwrite_single_sybase_ini: enter\n");
-  std::string& path = CurrentFilePath();
-  path = list.GetEtcDir(config::kFormResolved) + "\\VSYMMA_" + record.getServerName() + ".ini";
-  list.Output(1, "Generating .ini file '%s'\n", path.c_str());
-  TraceExisting(list, path);
-
-  ChannelFile file(list);
-  if (const int opened = OpenWithDirectories(list, path, &file, open_init); opened != kWritten) {
-    return opened;
-  }
-  list.Output(1, "File '%s' created and opened\n", path.c_str());
-  list.Output(support::kIncludeChannel, "Add=%s\n", path.c_str());
-
-  const std::string server = record.getServerName();
-  WriteHeader(list, Banner::kLicence);
-  WriteIdentity(list, kIdentity, server);
-  WriteLocalSettings(list, record, serviceNumber);
-  list.Output(kIni, "\n");
   const char* collector =
       SybaseOlderCollector(record.getVersion()) ? "VSY12COL.EXE" : "VSY15COL.EXE";
-  WriteServices(list, kServices, serviceNumber, server, collector, true);
-  CopyTestSettings(list, list.GetEtcDir(config::kFormResolved) + "\\vdbtset.ini");
-
-  if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
-    return committed;
-  }
-  list.Output(1, "Finished generating %s file\n", path.c_str());
-  list.Output(1, "write_single_sybase_ini: exit\n");
-  return kWritten;
+  return WriteInstanceIni(list, record, serviceNumber, kLayout, collector);
 }
 
 }  // namespace generate

@@ -1,0 +1,69 @@
+#include "generate/instance_ini.h"
+
+#include <memory>
+
+#include "generate/channel_file.h"
+#include "generate/current_path.h"
+#include "generate/override_section.h"
+#include "support/config_log.h"
+
+namespace generate {
+
+namespace {
+
+constexpr int kIni = support::kIniChannel;
+
+void WriteContent(config::DbConfigList& list, const config::DbConfig& record, int serviceNumber,
+                  const IniLayout& layout, const std::string& collector) {
+  const std::string server = record.getServerName();
+  WriteHeader(list, layout.banner);
+  WriteIdentity(list, layout.identity, server);
+  layout.local_settings(list, record, serviceNumber);
+  list.Output(kIni, "\n");
+  if (layout.extra_sections != nullptr) layout.extra_sections(list);
+  WriteServices(list, layout.services, serviceNumber, server, collector.c_str(),
+                layout.blank_after_services);
+  CopyTestSettings(list, layout.test_settings == TestSettingsDir::kEtc
+                             ? list.GetEtcDir(config::kFormResolved) + "\\vdbtset.ini"
+                             : std::string("vdbtset.ini"));
+}
+
+}  // namespace
+
+int WriteInstanceIni(config::DbConfigList& list, const config::DbConfig& record, int serviceNumber,
+                     const IniLayout& layout, const std::string& collector) {
+  if (layout.writer != nullptr) list.Output(1, "\n%s: enter\n", layout.writer);
+  std::string& path = CurrentFilePath();
+  path =
+      list.GetEtcDir(config::kFormResolved) + "\\" + layout.stem + record.getServerName() + ".ini";
+  list.Output(1, "Generating .ini file '%s'\n", path.c_str());
+
+  std::unique_ptr<char[]> saved;
+  if (layout.keeps_override_section) saved = SaveOverrideSection(list, path);
+  TraceExisting(list, path);
+
+  ChannelFile file(list);
+  // The saved section goes into the new file before it replaces the old one,
+  // so that no moment sees the file without it.
+  if (saved != nullptr) {
+    file.SetFinisher(
+        [&saved](const std::string& staged) { RestoreOverrideSection(saved.get(), staged); });
+  }
+  if (const int opened = OpenWithDirectories(list, path, &file, open_init); opened != kWritten) {
+    return opened;
+  }
+  list.Output(1, "File '%s' created and opened\n", path.c_str());
+  // Reaches the include file only while it is being written.
+  list.Output(support::kIncludeChannel, "Add=%s\n", path.c_str());
+
+  WriteContent(list, record, serviceNumber, layout, collector);
+
+  if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
+    return committed;
+  }
+  list.Output(1, "Finished generating %s file\n", path.c_str());
+  if (layout.writer != nullptr) list.Output(1, "%s: exit\n", layout.writer);
+  return kWritten;
+}
+
+}  // namespace generate
