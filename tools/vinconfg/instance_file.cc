@@ -27,6 +27,12 @@ bool NamesEqual(std::string_view a, std::string_view b) {
   return true;
 }
 
+std::string UpperCase(std::string_view name) {
+  std::string upper(name);
+  for (char& c : upper) c = Fold(c);
+  return upper;
+}
+
 bool InstanceFile::Load(const std::string& path) {
   std::string text;
   if (platform::ReadFileContents(path, &text) != 0) return false;

@@ -43,5 +43,8 @@ class InstanceFile {
 
 // True when the names are equal without regard to the case of ASCII letters.
 [[nodiscard]] bool NamesEqual(std::string_view a, std::string_view b);
+// The name with its ASCII letters in upper case: one spelling for all the
+// spellings that NamesEqual takes as equal.
+[[nodiscard]] std::string UpperCase(std::string_view name);
 
 }  // namespace vinconfg

@@ -8,14 +8,6 @@
 namespace vinconfg {
 namespace {
 
-std::string Upper(std::string_view text) {
-  std::string upper(text);
-  for (char& c : upper) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return upper;
-}
-
 std::string EnvironmentOr(const char* name, const std::string& fallback) {
   const char* value = std::getenv(name);
   return value != nullptr && *value != '\0' ? std::string(value) : fallback;
@@ -49,7 +41,7 @@ std::string Resolve(std::string_view text, const Placeholders& placeholders) {
     const size_t close = open == std::string_view::npos ? open : text.find('@', open + 1);
     if (close == std::string_view::npos) break;
     resolved.append(text.substr(0, open));
-    const auto found = placeholders.find(Upper(text.substr(open + 1, close - open - 1)));
+    const auto found = placeholders.find(UpperCase(text.substr(open + 1, close - open - 1)));
     if (found != placeholders.end()) {
       resolved.append(found->second);
       text.remove_prefix(close + 1);

@@ -15,14 +15,6 @@ namespace {
 
 constexpr const char* kProducts = "Software\\Marlox\\";
 
-std::string Upper(const std::string& text) {
-  std::string upper = text;
-  for (char& c : upper) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return upper;
-}
-
 // The values of the instance's key: local settings first, the overrides after
 // them; a name keeps its first place and takes its last value.
 std::vector<platform::RegValue> EnvironmentValues(const InstanceFile& file,
@@ -33,7 +25,7 @@ std::vector<platform::RegValue> EnvironmentValues(const InstanceFile& file,
     for (const Entry& entry : file.EntriesOf(section)) {
       if (entry.first.empty()) continue;  // a value needs a name here
       const std::string data = Resolve(entry.second, placeholders);
-      const auto [place, added] = index.try_emplace(Upper(entry.first), values.size());
+      const auto [place, added] = index.try_emplace(UpperCase(entry.first), values.size());
       if (added) {
         values.push_back({entry.first, platform::kRegSz, data});
       } else {
@@ -109,7 +101,9 @@ int UnregisterInstance(const std::string& product, const std::string& instance) 
     status = hive->OpenKey(versions_path, platform::kKeyRead, &key);
     if (status == platform::kRegFileNotFound) return kDone;  // the product has no instance
     std::string name;
-    for (uint32_t i = 0; status == platform::kRegSuccess && key->EnumSubKey(i, &name) == 0; ++i) {
+    for (uint32_t i = 0;
+         status == platform::kRegSuccess && key->EnumSubKey(i, &name) == platform::kRegSuccess;
+         ++i) {
       versions.push_back(name);
     }
   }
