@@ -21,6 +21,28 @@ void MakeHistoryDir(config::DbConfigList& list, const std::string& directory) {
   }
 }
 
+void WriteEditableHeading(config::DbConfigList& list, const char* product) {
+  constexpr int kBat = support::kBatChannel;
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM BATCH FOR STARTING UP %s AGENT\n", product);
+  list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
+  list.Output(kBat, "\n");
+}
+
+void WriteBatLogonSettings(config::DbConfigList& list, const config::DbConfig& record) {
+  constexpr int kBat = support::kBatChannel;
+  list.Output(kBat, "SET INST=%s\n", record.getServerName().c_str());
+  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
+  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+}
+
+void WriteFixedHeading(config::DbConfigList& list) {
+  constexpr int kBat = support::kBatChannel;
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
+  list.Output(kBat, "\n");
+}
+
 void WriteFixedCollectorSettings(config::DbConfigList& list) {
   constexpr int kBat = support::kBatChannel;
   list.Output(kBat, "SET COLL_SERVERID=%%INST%%\n");
@@ -29,9 +51,15 @@ void WriteFixedCollectorSettings(config::DbConfigList& list) {
   list.Output(kBat, "SET COLL_USESHM=1\n");
 }
 
-void WriteCollectorStart(config::DbConfigList& list, const std::string& collector) {
+void WriteStartLines(config::DbConfigList& list, const std::string& collector, const char* product,
+                     const char* release, const std::string& server) {
+  constexpr int kBat = support::kBatChannel;
+  list.Output(kBat, "\n");
+  list.Output(kBat, "REM START COLLECTOR and AGENT\n");
   const std::string program = list.GetCommonCollector() == 1 ? "VDBCOLL" : collector;
-  list.Output(support::kBatChannel, "START /MIN %s -console \n", program.c_str());
+  list.Output(kBat, "START /MIN %s -console \n", program.c_str());
+  list.Output(kBat, "START /MIN %sAGENT -console -hkey \"%s\\%s\\%s\"\n", product, product, release,
+              server.c_str());
 }
 
 int WriteInstanceBat(config::DbConfigList& list, const config::DbConfig& record, const char* writer,

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "config/db_config.h"
 #include "config/db_config_list.h"
 
 namespace generate {
@@ -15,11 +16,23 @@ namespace generate {
 // Makes the history directory with all its parents; a failure is traced only.
 void MakeHistoryDir(config::DbConfigList& list, const std::string& directory);
 
+// The opening comment of the part a site may edit, naming the agent `product`.
+void WriteEditableHeading(config::DbConfigList& list, const char* product);
+
+// The instance, its login and its password ("SET INST=" ...).
+void WriteBatLogonSettings(config::DbConfigList& list, const config::DbConfig& record);
+
+// The comment that opens the part a site must leave alone.
+void WriteFixedHeading(config::DbConfigList& list);
+
 // The four settings every collector takes unchanged ("SET COLL_SERVERID=%INST%" ...).
 void WriteFixedCollectorSettings(config::DbConfigList& list);
 
-// The collector start line; it ends with a blank, as the agents' tools expect.
-void WriteCollectorStart(config::DbConfigList& list, const std::string& collector);
+// The closing part: the collector's start line (it ends with a blank, as the
+// agents' tools expect), then the agent's, whose registry key is
+// "<product>\<release>\<server>".
+void WriteStartLines(config::DbConfigList& list, const std::string& collector, const char* product,
+                     const char* release, const std::string& server);
 
 // Writes the instance's start-up file "<etc>\<stem><server>.bat" with `body`
 // and then makes its history directory: what the SQL Server, Oracle and Sybase

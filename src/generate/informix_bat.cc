@@ -17,10 +17,7 @@ constexpr int kInformix = 4;
 
 void WriteBody(config::DbConfigList& list, const config::DbConfig& record) {
   const std::string server = record.getServerName();
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM BATCH FOR STARTING UP VIX AGENT\n");
-  list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
-  list.Output(kBat, "\n");
+  WriteEditableHeading(list, "VIX");
   list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
               list.GetPortNumber(config::kFormResolved).c_str());
   list.Output(kBat, "SET INFORMIXDIR=%s\n", record.getHomeDir().c_str());
@@ -28,22 +25,15 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record) {
   list.Output(kBat, "SET ONCONFIG=onconfig\n");
   list.Output(kBat, "SET INFORMIXSQLHOSTS=\\\\%s\n", list.GetHostName().c_str());
   list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
-  list.Output(kBat, "SET INST=%s\n", server.c_str());
-  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
-  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  WriteBatLogonSettings(list, record);
   list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
-  list.Output(kBat, "\n");
+  WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
   list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
   list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
   list.Output(kBat, "SET COLL_VERSION=VIX\n");
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM START COLLECTOR and AGENT\n");
-  WriteCollectorStart(list, "VIXCOLL");
   // The Informix agent is of release 301, not 610.
-  list.Output(kBat, "START /MIN VIXAGENT -console -hkey \"VIX\\301\\%s\"\n", server.c_str());
+  WriteStartLines(list, "VIXCOLL", "VIX", "301", server);
 }
 
 }  // namespace

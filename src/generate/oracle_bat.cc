@@ -18,10 +18,7 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   const std::string server = record.getServerName();
   const std::string home = record.getHomeDir();
   const std::string tag = OracleVersionTag(record.getVersion());
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM BATCH FOR STARTING UP VOR AGENT\n");
-  list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
-  list.Output(kBat, "\n");
+  WriteEditableHeading(list, "VOR");
   list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
               list.GetPortNumber(config::kFormResolved).c_str());
   list.Output(kBat, "SET MTIRA_HIST_DIR=%s\n", history.c_str());
@@ -34,13 +31,9 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   }
   list.Output(kBat, "SET COLL_DBHOME=%s\n", home.c_str());
   list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
-  list.Output(kBat, "SET INST=%s\n", server.c_str());
-  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
-  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  WriteBatLogonSettings(list, record);
   list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
-  list.Output(kBat, "\n");
+  WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
   list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
   list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
@@ -49,10 +42,7 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   list.Output(kBat, "SET COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
   list.Output(kBat, "SET MTIRA_PRODUCT=AFF_ALL_ORACLE\n");
   list.Output(kBat, "SET PATH=%s\\bin;%%PATH%%\n", home.c_str());
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM START COLLECTOR and AGENT\n");
-  WriteCollectorStart(list, tag + "COL");
-  list.Output(kBat, "START /MIN VORAGENT -console -hkey \"VOR\\610\\%s\"\n", server.c_str());
+  WriteStartLines(list, tag + "COL", "VOR", "610", server);
 }
 
 }  // namespace

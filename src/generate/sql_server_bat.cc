@@ -18,21 +18,14 @@ constexpr int kBat = support::kBatChannel;
 void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
                const std::string& history) {
   const std::string server = record.getServerName();
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM BATCH FOR STARTING UP VSQ AGENT\n");
-  list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
-  list.Output(kBat, "\n");
+  WriteEditableHeading(list, "VSQ");
   list.Output(kBat, "SET MTIRA_HIST_DIR=%s\n", history.c_str());
   list.Output(kBat, "SET MSSQL_HOME=%s\n", record.getHomeDir().c_str());
   list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
-  list.Output(kBat, "SET INST=%s\n", server.c_str());
-  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
-  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  WriteBatLogonSettings(list, record);
   list.Output(kBat, "SET COLL_CLUSTERSERVER=%s\n", record.getClusterServer().c_str());
   list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
-  list.Output(kBat, "\n");
+  WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
   list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
   list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
@@ -44,10 +37,7 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   list.Output(kBat, "SET COLL_WINAUTHENTICATION=%s\n", record.getWinAuthentication().c_str());
   list.Output(kBat, "SET COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
   WriteSqlServerTuning(list, kBatSyntax, record);
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM START COLLECTOR and AGENT\n");
-  WriteCollectorStart(list, "VSQCOLL");
-  list.Output(kBat, "START /MIN VSQAGENT -console -hkey \"VSQ\\610\\%s\"\n", server.c_str());
+  WriteStartLines(list, "VSQCOLL", "VSQ", "610", server);
 }
 
 }  // namespace

@@ -30,20 +30,13 @@ void WriteOpenClient(config::DbConfigList& list, const config::DbConfig& record)
 void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
                const std::string& history) {
   const std::string server = record.getServerName();
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM BATCH FOR STARTING UP VSY AGENT\n");
-  list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
-  list.Output(kBat, "\n");
+  WriteEditableHeading(list, "VSY");
   list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
               list.GetPortNumber(config::kFormResolved).c_str());
   list.Output(kBat, "SET MTIRA_HIST_DIR=%s\n", history.c_str());
-  list.Output(kBat, "SET INST=%s\n", server.c_str());
-  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
-  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  WriteBatLogonSettings(list, record);
   list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
-  list.Output(kBat, "\n");
+  WriteFixedHeading(list);
   list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
   WriteFixedCollectorSettings(list);
   list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
@@ -54,10 +47,8 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   WriteOpenClient(list, record);
   list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
   list.Output(kBat, "SET MTIRA_PRODUCT=AFF_ALL_SYBASE\n");
-  list.Output(kBat, "\n");
-  list.Output(kBat, "REM START COLLECTOR and AGENT\n");
-  WriteCollectorStart(list, SybaseOlderCollector(record.getVersion()) ? "VSY12COL" : "VSY15COL");
-  list.Output(kBat, "START /MIN VSYAGENT -console -hkey \"VSY\\610\\%s\"\n", server.c_str());
+  WriteStartLines(list, SybaseOlderCollector(record.getVersion()) ? "VSY12COL" : "VSY15COL", "VSY",
+                  "610", server);
 }
 
 }  // namespace
