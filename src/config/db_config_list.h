@@ -86,8 +86,10 @@ class DbConfigList {
   // --- Configured instances ---
   // The instance names the include file lists (whose .ini files exist).
   int GetPreConfigList(int kind, std::vector<std::string>* names);
-  // Rebuilds the kind's records from the include file and the registry.
-  void ScanPreConfig(int kind);
+  // Rebuilds the kind's records from the include file and the registry: 0, or
+  // the errno value of an include file or a listed instance file that is there
+  // but cannot be read (the list is then incomplete and must not be written).
+  [[nodiscard]] int ScanPreConfig(int kind);
 
   // --- Service numbers ---
   [[nodiscard]] int GetServiceNumber(int kind, const DbConfig& record);
@@ -95,6 +97,12 @@ class DbConfigList {
   int GetAvailServiceNumberbyConfigType(int kind, int ignored);
 
  private:
+  struct ListedInstance {
+    std::string name;       // as the include line gives it
+    std::string file_name;  // the name in its instance file's name
+  };
+  // The instances the include file lists: 0, or why it could not be read.
+  [[nodiscard]] int ReadIncludeFile(int kind, std::vector<ListedInstance>* listed);
   void OutputV(int channel, const char* format, std::va_list args) SQXA_PRINTF(3, 0);
   void DumpConfig(const DbConfig& record, int kind);
   [[nodiscard]] std::vector<std::unique_ptr<DbConfig>>* Records(int kind);

@@ -1,9 +1,12 @@
 // The list of configured instances rebuilt from the include file, which names
 // each instance's management-agent file, and from each instance's registry key.
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "config/db_config_list.h"
@@ -76,29 +79,69 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
   return false;
 }
 
+// The instance name in an instance file's name: the text between the stem
+// and ".ini" ("...\VSQMMA_INST1.ini" gives "INST1"); empty for another name.
+std::string NameInFileName(const std::string& path, std::string_view stem) {
+  const std::string_view file = std::string_view(path).substr(path.find_last_of("\\/") + 1);
+  constexpr std::string_view kSuffix = ".ini";
+  if (file.size() < stem.size() + kSuffix.size() || file.substr(0, stem.size()) != stem ||
+      file.substr(file.size() - kSuffix.size()) != kSuffix) {
+    return "";
+  }
+  return std::string(file.substr(stem.size(), file.size() - stem.size() - kSuffix.size()));
+}
+
+// 0 when the file can be opened for reading, else why not.
+int FileStatus(const std::string& path) {
+  errno = 0;
+  if (platform::OpenFile(path, "r") != nullptr) return 0;
+  return errno == ENOENT || errno == ENOTDIR ? ENOENT : (errno != 0 ? errno : EIO);
+}
+
 }  // namespace
 
 int DbConfigList::GetPreConfigList(int kind, std::vector<std::string>* names) {
+  std::vector<ListedInstance> listed;
+  if (ReadIncludeFile(kind, &listed) != 0 || listed.empty()) return 0;
+  for (ListedInstance& instance : listed) names->push_back(std::move(instance.name));
+  return static_cast<int>(names->size());
+}
+
+int DbConfigList::ReadIncludeFile(int kind, std::vector<ListedInstance>* listed) {
   const InstanceFileNames* files = InstanceFilesOf(kind);
   if (files == nullptr || files->include_file == nullptr) return 0;
   const std::string etc = GetEtcDir(kFormResolved);
   const std::string include = etc + "\\" + files->include_file;
   const std::string prefix = "Add=" + etc + "\\" + files->ini_stem;
+  const std::string_view stem = files->ini_stem;
 
-  const platform::File file = platform::OpenFile(include, "r");
-  if (file == nullptr) return 0;
-  char buffer[256];
-  while (std::fgets(buffer, sizeof buffer, file.get()) != nullptr) {
-    if (buffer[0] == '[' || buffer[0] == '\0' || buffer[0] != 'A') continue;
-    const std::string line = str_trim(str_trim(buffer, 'T', " \t\r\n"), 'L', " \t");
+  std::string contents;
+  if (const int status = platform::ReadFileContents(include, &contents); status != 0) {
+    // No include file is no configured instance; one that is there but cannot
+    // be read must not pass for that, or the next regeneration would drop
+    // every instance it lists.
+    return status == ENOENT ? 0 : status;
+  }
+  std::string_view rest = contents;
+  while (!rest.empty()) {
+    const size_t end = rest.find('\n');
+    const std::string_view raw = rest.substr(0, end);
+    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+    if (raw.empty() || raw[0] != 'A') continue;
+    std::string_view trimmed = raw.substr(0, raw.find_last_not_of(" \t\r\n") + 1);
+    trimmed.remove_prefix(std::min(trimmed.find_first_not_of(" \t"), trimmed.size()));
+    const std::string line(trimmed);
     if (line.compare(0, 4, "Add=") != 0) continue;
     const std::string path = line.substr(4);
-    if (!platform::FileExists(path)) continue;
+    if (const int status = FileStatus(path); status != 0) {
+      if (status == ENOENT) continue;  // an instance whose file is gone is not configured
+      return status;
+    }
     // The name runs from the stem to the first "." of the line, wherever that
     // is: a directory with a "." before the stem gives no name.
-    const size_t stem = line.find(files->ini_stem);
-    if (stem == std::string::npos) continue;
-    const size_t start = stem + std::string(files->ini_stem).size();
+    const size_t at = line.find(stem);
+    if (at == std::string::npos) continue;
+    const size_t start = at + stem.size();
     const size_t dot = line.find('.');
     const std::string name =
         dot == std::string::npos || dot < start ? "" : line.substr(start, dot - start);
@@ -107,26 +150,30 @@ int DbConfigList::GetPreConfigList(int kind, std::vector<std::string>* names) {
     Output(1, "GetPreConfigList: csTempName2: %s\n", path.c_str());
     Output(1, "GetPreConfigList: csServerName: %s\n", name.c_str());
     bool known = false;
-    for (const std::string& existing : *names) known = known || existing == name;
-    if (!known) names->push_back(name);
+    for (const ListedInstance& existing : *listed) known = known || existing.name == name;
+    if (!known) listed->push_back({name, NameInFileName(path, stem)});
   }
-  return static_cast<int>(names->size());
+  return 0;
 }
 
-void DbConfigList::ScanPreConfig(int kind) {
+int DbConfigList::ScanPreConfig(int kind) {
   Output(1, "ScanPreConfig: enter\n");
-  std::vector<std::string> names;
-  GetPreConfigList(kind, &names);
+  std::vector<ListedInstance> listed;
+  if (const int status = ReadIncludeFile(kind, &listed); status != 0) {
+    Output(1, "ScanPreConfig: the include file could not be read, errno =%d\n", status);
+    return status;
+  }
   Output(1, "ScanPreConfig: After GetPreConfigList :ServerCount[%d]\n",
-         static_cast<int>(names.size()));
+         static_cast<int>(listed.size()));
 
   const InstanceFileNames* files = InstanceFilesOf(kind);
   std::unique_ptr<platform::Registry> hive;
   (void)platform::Registry::Connect("", &hive);
   CarriedNumbers numbers;
-  for (size_t n = 0; n < names.size(); ++n) {
+  for (size_t n = 0; n < listed.size(); ++n) {
     Output(1, "ScanPreConfig: discovering config for configured server #%d\n", static_cast<int>(n));
-    const std::string key_path = std::string(files->registry_stem) + names[n] + "\\Environment";
+    const std::string key_path =
+        std::string(files->registry_stem) + listed[n].name + "\\Environment";
     Output(1, "ScanPreConfig: registry string: %s\n", key_path.c_str());
 
     ScannedValues text;
@@ -150,6 +197,14 @@ void DbConfigList::ScanPreConfig(int kind) {
       }
     }
 
+    // An instance listed but not registered (its tool died, the key was
+    // deleted by hand) is named after its file, so that it can still be put,
+    // got and removed, and so that it keeps its line in the include file.
+    if (text.server_id.empty() && !listed[n].file_name.empty()) {
+      Output(1, "ScanPreConfig: no registered name; naming the server '%s' after its file\n",
+             listed[n].file_name.c_str());
+      text.server_id = listed[n].file_name;
+    }
     auto record = std::make_unique<DbConfig>();
     record->setServerName(text.server_id);
     record->setLoginName(text.logon);
@@ -194,6 +249,7 @@ void DbConfigList::ScanPreConfig(int kind) {
     Add(std::move(record), kind);
   }
   Output(1, "ScanPreConfig: exit\n");
+  return 0;
 }
 
 }  // namespace config

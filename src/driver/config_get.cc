@@ -65,13 +65,14 @@ int doConfigGet(const char* msn) {
   RAS1_Printf(RAS1_DETAIL, "doConfigGet", "Getting config for instance: %s", instance.c_str());
   const std::unique_ptr<DbConfigList> configured = getDbConfigList(instance);
   const int kind = GetServerKind();
-  if (configured != nullptr) {
-    configured->ScanPreConfig(kind);
+  // A list that could not be read whole finds nothing: a get never answers
+  // from part of the configuration.
+  const bool scanned = configured != nullptr && scanConfiguredInstances(configured.get());
+  if (scanned) {
     RAS1_Printf(RAS1_DETAIL, "doConfigGet", "Found %d configured servers",
                 configured->GetCount(kind));
   }
-  const config::DbConfig* record =
-      configured != nullptr ? configured->FindByName(instance, kind) : nullptr;
+  const config::DbConfig* record = scanned ? configured->FindByName(instance, kind) : nullptr;
   if (record == nullptr) {
     REPORT_ERROR("Could not find configuration for server: %s", instance.c_str());
     return 2;

@@ -122,6 +122,10 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
     REPORT_ERROR("Invalid value of property %s: it holds a line break", key->c_str());
     return 4;
   }
+  // Held to the end of the run, the tool's run included; taken before the run
+  // writes anything, its log included.
+  AgentDirectoryLock lock;
+  if (lock.Acquire() == AgentDirectoryLock::kUnavailable) return 101;
   std::unique_ptr<DbServerList> discovered = getDbServerList();
   if (discovered == nullptr) {
     REPORT_ERROR_INDENTED("ERROR: NULL DbServerList returned");
@@ -138,11 +142,8 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
     REPORT_ERROR("ERROR: NULL DbConfigList returned");
     return status(101);
   }
-  std::unique_ptr<platform::FileLock> lock = lockAgentDirectory(configured->GetEtcDir(1));
-  if (lock == nullptr) return status(101);
-
+  if (!scanConfiguredInstances(configured.get())) return status(101);
   const int kind = GetServerKind();
-  configured->ScanPreConfig(kind);
   // An existing record is completed where it stands in the list; a new one
   // joins the list only once its files are written.
   config::DbConfig* existing = configured->FindByName(instanceName, kind);
@@ -289,7 +290,6 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
     return status(104);
   }
   RAS1_Printf(RAS1_DETAIL, kFunction, "Agent KxxINC.INI file generated");
-  lock.reset();
 
   const int result = runVinConfg(kVinconfgCreate, instanceName);
   RAS1_Printf(RAS1_DETAIL, kFunction, "Agent instance created via vinconfg, rc = %d", result);
@@ -301,7 +301,11 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
 int doConfigPut(const char* msn) {
   Ras1Scope trace("doConfigPut");
   std::string stream;
-  readStdIn(&stream);
+  if (!readStdIn(&stream)) {
+    REPORT_ERROR("Configuration stream too large: more than %zu bytes", kMaxStreamBytes);
+    REPORT_ERROR_INDENTED("Error parsing config stream");
+    return 4;
+  }
   VFW::AgentConfig config;
   if (!VFW::ConfigParser::parseConfigFromStream(stream, &config) ||
       config.getInstanceNames().empty()) {

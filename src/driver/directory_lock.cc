@@ -1,19 +1,61 @@
 #include "driver/directory_lock.h"
 
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
 #include "driver/report.h"
+#include "framework/product_dirs.h"
+#include "framework/trace.h"
 #include "platform/files.h"
 
 namespace driver {
 
-std::unique_ptr<platform::FileLock> lockAgentDirectory(const std::string& etcDir) {
-  (void)platform::MakeDirectory(etcDir);  // a first put finds no directory yet
-  const std::string path = etcDir + "\\sq_xa.lock";
-  std::unique_ptr<platform::FileLock> lock;
-  if (platform::FileLock::Acquire(path, kDirectoryLockTimeoutMs, &lock) != 0) {
-    REPORT_ERROR("Unable to lock '%s' for exclusive use", path.c_str());
-    return nullptr;
+namespace {
+
+void RemoveStaleTemporaries(const std::string& etcDir) {
+  std::vector<std::string> names;
+  if (platform::ListDirectory(etcDir, &names) != 0) return;
+  for (const std::string& name : names) {
+    if (!platform::IsTemporaryName(name)) continue;
+    const std::string path = etcDir + "\\" + name;
+    const int status = platform::RemoveFile(path);
+    RAS1_Printf(RAS1_DETAIL, "AgentDirectoryLock", "Temporary file '%s' of an earlier run: %s",
+                path.c_str(), status == 0 ? "removed" : "could not be removed");
   }
-  return lock;
+}
+
+// Why the lock could not be had, in words.
+std::string Cause(int status) {
+  switch (status) {
+    case ETIMEDOUT:
+      return "another run held it for " + std::to_string(kDirectoryLockTimeoutMs / 1000) +
+             " seconds";
+    case ELOOP:
+      return "it is a symbolic link";
+    case EISDIR:
+      return "it is a directory";
+    default:
+      return std::strerror(status);
+  }
+}
+
+}  // namespace
+
+AgentDirectoryLock::Result AgentDirectoryLock::Acquire() {
+  std::string etc;
+  if (!VFW::Util::getMarloxConfigDir("SQ", &etc)) return kNoHome;
+  etc.pop_back();                      // its separator
+  (void)platform::MakeDirectory(etc);  // a first put finds no directory yet
+  const std::string path = etc + "\\sq_xa.lock";
+  if (const int status = platform::FileLock::Acquire(path, kDirectoryLockTimeoutMs, &lock_);
+      status != 0) {
+    REPORT_ERROR("Unable to lock '%s' for exclusive use: %s", path.c_str(), Cause(status).c_str());
+    return kUnavailable;
+  }
+  RemoveStaleTemporaries(etc);
+  return kLocked;
 }
 
 }  // namespace driver

@@ -25,6 +25,17 @@ void Drain(VFW::Process::OutputPipe& pipe, std::string* text, std::FILE* stream)
   if (text == nullptr) std::fflush(stream);
 }
 
+// The program's file name without its directory and executable suffix.
+std::string ProgramName(const std::string& program) {
+  std::string name = program.substr(program.find_last_of("\\/") + 1);
+  const std::string suffix = platform::ExecutableSuffix();
+  if (!suffix.empty() && name.size() > suffix.size() &&
+      name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
+    name.resize(name.size() - suffix.size());
+  }
+  return name;
+}
+
 }  // namespace
 
 int runVinConfg(int commandType, const std::string& instanceName) {
@@ -86,6 +97,12 @@ bool runCommand(const Command& command, const std::string& input, int* exitCode,
   }
   Drain(child.getStdOut(), output, stdout);
   Drain(child.getStdErr(), errors, stderr);
+  // A child that was killed did not finish its work, whatever it wrote; its
+  // ordinary exit code, by contrast, is the caller's to judge.
+  if (const std::string cause = child.abnormalEnd(); !cause.empty()) {
+    REPORT_ERROR("%s was ended by %s", ProgramName(command.program).c_str(), cause.c_str());
+    return false;
+  }
   return true;
 }
 

@@ -20,15 +20,15 @@ struct Command {
   std::vector<std::string> arguments;
 };
 
-// Runs the tool with one command for `instanceName`: 0 when it ran (whatever
-// its own exit code), 6 when it could not be run or waited for, 1 for an
-// unknown command.
+// Runs the tool with one command for `instanceName`: 0 when it ran to its end
+// (whatever its own exit code), 6 when it could not be run or waited for or
+// was killed, 1 for an unknown command.
 [[nodiscard]] int runVinConfg(int commandType, const std::string& instanceName);
 
 // Runs `command` with `input` on its standard input, waits for it and hands
 // back its exit code and output; output without a string to take it passes
 // through to this program's own. False when it could not be started or waited
-// for.
+// for, or was ended by a signal or an exception it did not handle (reported).
 [[nodiscard]] bool runCommand(const Command& command, const std::string& input, int* exitCode,
                               std::string* output = nullptr, std::string* errors = nullptr);
 

@@ -24,7 +24,10 @@ bool getInstanceName(const char* msn, std::string* instanceName) {
 }
 
 bool isUsableInstanceName(const std::string& name) {
-  if (name.size() >= 128) return false;
+  if (name.size() >= 128 || name == "." || name == "..") return false;
+  // Windows drops blanks at the end of a file name, and a name that differs
+  // from its files' names by a blank would name two instances at once.
+  if (!name.empty() && (name.front() == ' ' || name.back() == ' ')) return false;
   for (const char c : name) {
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) return false;
     if (std::string_view("\\/:*?\"<>|").find(c) != std::string_view::npos) return false;

@@ -12,7 +12,8 @@ namespace driver {
 [[nodiscard]] bool getInstanceName(const char* msn, std::string* instanceName);
 
 // False for a name that cannot be part of a file name: one holding
-// \ / : * ? " < > | or a control character, or of 128 bytes or more.
+// \ / : * ? " < > | or a control character, with a blank at either end, of
+// 128 bytes or more, and the names "." and "..".
 [[nodiscard]] bool isUsableInstanceName(const std::string& name);
 
 // The -i operation: prints the instance name and a newline; 0, or 2 when the

@@ -1,7 +1,9 @@
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <string>
 
-#include "config/instance_removal.h"
+#include "config/instance_files.h"
 #include "driver/directory_lock.h"
 #include "driver/external_commands.h"
 #include "driver/instance_name.h"
@@ -10,12 +12,65 @@
 #include "driver/server_lists.h"
 #include "framework/trace.h"
 #include "generate/agent_files.h"
+#include "platform/files.h"
 #include "support/server_kind.h"
 
 namespace driver {
 
+namespace {
+
+constexpr const char* kFunction = "doRemoveInstance";
+
+// Takes the instance out of the include file, then deletes its .ini and .bat
+// files, all or nothing: when a step fails, those before it are undone, so
+// that the instance stays listed, with its files, and can be got, put and
+// removed again. `configured` no longer holds the instance. 0, or 6 after the
+// report of what failed.
+int RemoveInstanceFiles(DbConfigList& configured, int kind, const std::string& instance) {
+  const config::InstanceFileNames* names = config::InstanceFilesOf(kind);
+  if (names == nullptr || names->include_file == nullptr || names->bat_stem == nullptr) {
+    REPORT_ERROR("Unable to remove the files of an instance of server kind %d", kind);
+    return 6;
+  }
+  const std::string etc = configured.GetEtcDir(config::kFormResolved) + "\\";
+  const std::string include = etc + names->include_file;
+  const std::string files[] = {etc + names->ini_stem + instance + ".ini",
+                               etc + names->bat_stem + instance + ".bat"};
+  platform::FileSnapshot before[3];
+  for (int i = 0; i < 3; ++i) {
+    const std::string& path = i == 0 ? include : files[i - 1];
+    if (const int status = before[i].Take(path); status != 0) {
+      REPORT_ERROR("Unable to read '%s': %s", path.c_str(), std::strerror(status));
+      return 6;
+    }
+  }
+  const auto undo = [&](int done) {
+    for (int i = done - 1; i >= 0; --i) {
+      if (before[i].Restore() != 0) {
+        RAS1_Printf(RAS1_ERROR, kFunction, "A file could not be put back as it was");
+      }
+    }
+    return 6;
+  };
+
+  RAS1_Printf(RAS1_DETAIL, kFunction, "Regenerating the entire agent KxxINC.INI file");
+  if (generate::Generate_IniIncFile(configured, kind) != 0) {
+    REPORT_ERROR("Unable to generate KxxINC.INI file");
+    return 6;
+  }
+  RAS1_Printf(RAS1_DETAIL, kFunction, "Removing agent instance .ini and .bat files");
+  for (int i = 0; i < 2; ++i) {
+    if (const int status = platform::RemoveFile(files[i]); status != 0 && status != ENOENT) {
+      REPORT_ERROR("Unable to remove '%s': %s", files[i].c_str(), std::strerror(status));
+      return undo(i + 1);
+    }
+  }
+  return 0;
+}
+
+}  // namespace
+
 int doRemoveInstance(const char* msn) {
-  constexpr const char* kFunction = "doRemoveInstance";
   Ras1Scope trace(kFunction);
   std::string instance;
   if (!getInstanceName(msn, &instance)) {
@@ -27,6 +82,10 @@ int doRemoveInstance(const char* msn) {
     return 2;
   }
   RAS1_Printf(RAS1_DETAIL, kFunction, "Removing instance: %s", instance.c_str());
+  // Held to the end of the run, the tool's run included; taken before the run
+  // writes anything, its log included.
+  AgentDirectoryLock lock;
+  if (lock.Acquire() == AgentDirectoryLock::kUnavailable) return 3;
   std::unique_ptr<DbServerList> discovered = getDbServerList();
   if (discovered == nullptr) {
     REPORT_ERROR_INDENTED("ERROR: NULL DbServerList returned");
@@ -42,11 +101,8 @@ int doRemoveInstance(const char* msn) {
     REPORT_ERROR_INDENTED("ERROR: NULL DbConfigList returned");
     return status(3);
   }
-  const std::unique_ptr<platform::FileLock> lock = lockAgentDirectory(configured->GetEtcDir(1));
-  if (lock == nullptr) return status(3);
-
+  if (!scanConfiguredInstances(configured.get())) return status(3);
   const int kind = GetServerKind();
-  configured->ScanPreConfig(kind);
   RAS1_Printf(RAS1_DETAIL, kFunction, "Found %d configured servers", configured->GetCount(kind));
   const config::DbConfig* record = configured->FindByName(instance, kind);
   if (record == nullptr) {
@@ -55,15 +111,14 @@ int doRemoveInstance(const char* msn) {
   }
   configured->Delete_Config(record, kind);
 
-  // A failed unregistration does not stop the removal of the files.
+  // The files go first: they can be put back when a step fails, the
+  // registration cannot. A failed unregistration leaves the files gone.
+  if (const int result = RemoveInstanceFiles(*configured, kind, instance); result != 0) {
+    return status(result);
+  }
   RAS1_Printf(RAS1_DETAIL, kFunction, "Removing agent instance '%s' from registry",
               instance.c_str());
-  const int result = runVinConfg(kVinconfgRemove, instance);
-  RAS1_Printf(RAS1_DETAIL, kFunction, "Removing agent instance .ini and .bat files");
-  config::RemoveInstanceFiles(kind, configured->GetEtcDir(1), instance);
-  RAS1_Printf(RAS1_DETAIL, kFunction, "Regenerating the entire agent KxxINC.INI file");
-  (void)generate::Generate_IniIncFile(*configured, kind);
-  return status(result);
+  return status(runVinConfg(kVinconfgRemove, instance));
 }
 
 }  // namespace driver

@@ -1,7 +1,10 @@
 #include "driver/server_lists.h"
 
+#include <cstring>
+
 #include "discovery/other_discovery.h"
 #include "discovery/sql_server_discovery.h"
+#include "driver/report.h"
 #include "framework/product_dirs.h"
 #include "framework/startup.h"
 #include "framework/trace.h"
@@ -57,6 +60,14 @@ std::unique_ptr<DbConfigList> getDbConfigList(const std::string& instanceName) {
   list->SetEtcDir("ORVAGT6_DIR");
   list->SetPortNumber("PORTNUMBER");
   return list;
+}
+
+bool scanConfiguredInstances(DbConfigList* list) {
+  const int status = list->ScanPreConfig(GetServerKind());
+  if (status == 0) return true;
+  REPORT_ERROR("Unable to read the configured instances in '%s': %s",
+               list->GetEtcDir(config::kFormResolved).c_str(), std::strerror(status));
+  return false;
 }
 
 }  // namespace driver

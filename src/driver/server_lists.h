@@ -21,4 +21,9 @@ using discovery::DbServerList;
 // null when the product's configuration directory is unknown.
 [[nodiscard]] std::unique_ptr<DbConfigList> getDbConfigList(const std::string& instanceName);
 
+// Scans the configured instances of the current kind into `list`; false, after
+// its report, when the include file or an instance file it lists is there but
+// cannot be read.
+[[nodiscard]] bool scanConfiguredInstances(DbConfigList* list);
+
 }  // namespace driver

@@ -6,7 +6,7 @@
 
 namespace driver {
 
-void readStdIn(std::string* stream) {
+bool readStdIn(std::string* stream) {
   const unsigned levels = RAS1_Sync();
   char chunk[1024];
   for (;;) {
@@ -16,10 +16,12 @@ void readStdIn(std::string* stream) {
       RAS1_Printf(RAS1_DETAIL, "readStdIn", "readStdIn: read %d bytes from stdin",
                   static_cast<int>(n));
     }
+    if (stream->size() + n > kMaxStreamBytes) return false;
     stream->append(chunk, n);
   }
   if (levels & RAS1_DETAIL)
     RAS1_Printf(RAS1_DETAIL, "readStdIn", "Stream contents: %s", stream->c_str());
+  return true;
 }
 
 }  // namespace driver

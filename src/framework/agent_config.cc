@@ -1,16 +1,13 @@
 #include "framework/agent_config.h"
 
-#include <algorithm>
-
 namespace VFW {
 
 namespace {
 
-template <typename Owned>
-auto FindNamed(const std::vector<std::unique_ptr<Owned>>& items, const std::string& name) {
-  return std::find_if(items.begin(), items.end(), [&name](const std::unique_ptr<Owned>& item) {
-    return item->getName() == name;
-  });
+template <typename Item>
+Item* FindNamed(const std::unordered_map<std::string, Item*>& index, const std::string& name) {
+  const auto found = index.find(name);
+  return found == index.end() ? nullptr : found->second;
 }
 
 }  // namespace
@@ -30,33 +27,31 @@ void ConfigSection::writeEntry(const std::string& key, const std::string& value)
 }
 
 ConfigSection* ConfigBase::addSection(const std::string& name) {
-  if (FindNamed(sections_, name) != sections_.end()) return nullptr;
-  return sections_.emplace_back(std::make_unique<ConfigSection>(name)).get();
+  if (by_name_.count(name) != 0) return nullptr;
+  ConfigSection* section = sections_.emplace_back(std::make_unique<ConfigSection>(name)).get();
+  by_name_.emplace(name, section);
+  return section;
 }
 
-ConfigSection* ConfigBase::getSection(const std::string& name) {
-  const auto found = FindNamed(sections_, name);
-  return found == sections_.end() ? nullptr : found->get();
-}
+ConfigSection* ConfigBase::getSection(const std::string& name) { return FindNamed(by_name_, name); }
 
 const ConfigSection* ConfigBase::getSection(const std::string& name) const {
-  const auto found = FindNamed(sections_, name);
-  return found == sections_.end() ? nullptr : found->get();
+  return FindNamed(by_name_, name);
 }
 
 InstanceConfig* AgentConfig::createInstance(const std::string& name) {
-  if (FindNamed(instances_, name) != instances_.end()) return nullptr;
-  return instances_.emplace_back(std::make_unique<InstanceConfig>(name)).get();
+  if (by_name_.count(name) != 0) return nullptr;
+  InstanceConfig* instance = instances_.emplace_back(std::make_unique<InstanceConfig>(name)).get();
+  by_name_.emplace(name, instance);
+  return instance;
 }
 
 InstanceConfig* AgentConfig::getInstance(const std::string& name) {
-  const auto found = FindNamed(instances_, name);
-  return found == instances_.end() ? nullptr : found->get();
+  return FindNamed(by_name_, name);
 }
 
 const InstanceConfig* AgentConfig::getInstance(const std::string& name) const {
-  const auto found = FindNamed(instances_, name);
-  return found == instances_.end() ? nullptr : found->get();
+  return FindNamed(by_name_, name);
 }
 
 std::vector<std::string> AgentConfig::getInstanceNames() const {

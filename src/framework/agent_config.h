@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -44,6 +45,7 @@ class ConfigBase {
 
  private:
   std::vector<std::unique_ptr<ConfigSection>> sections_;
+  std::unordered_map<std::string, ConfigSection*> by_name_;  // keeps a long stream's parse linear
 };
 
 class InstanceConfig : public ConfigBase {
@@ -69,6 +71,7 @@ class AgentConfig {
 
  private:
   std::vector<std::unique_ptr<InstanceConfig>> instances_;
+  std::unordered_map<std::string, InstanceConfig*> by_name_;
 };
 
 }  // namespace VFW

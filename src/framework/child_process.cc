@@ -30,4 +30,8 @@ bool Process::start() {
 
 bool Process::wait(int* exitCode) { return child_ != nullptr && child_->Wait(exitCode); }
 
+std::string Process::abnormalEnd() const {
+  return child_ != nullptr ? child_->AbnormalEnd() : std::string();
+}
+
 }  // namespace VFW

@@ -44,6 +44,9 @@ class Process {
   [[nodiscard]] OutputPipe& getStdErr() { return stderr_; }
   // Waits for the child to end and stores its exit code.
   [[nodiscard]] bool wait(int* exitCode);
+  // After wait: empty when the child ended by itself, else what ended it (a
+  // signal, an exception it did not handle).
+  [[nodiscard]] std::string abnormalEnd() const;
 
  private:
   std::unique_ptr<platform::Process> child_;

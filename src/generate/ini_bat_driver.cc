@@ -1,7 +1,13 @@
 // The files of one agent instance: the test-settings file first (its lines
 // end the .ini file), then the .ini file and, once that is written, the .bat
-// file.
+// file. The two are replaced together: an agent started from a new .ini file
+// beside an old .bat file would run with half of its settings.
 #include "generate/agent_files.h"
+
+#include <string>
+
+#include "config/instance_files.h"
+#include "platform/files.h"
 
 namespace generate {
 
@@ -32,11 +38,24 @@ int Generate_IniBatFiles(config::DbConfigList& list, int kind, const config::DbC
   }
   const KindWriters* writers = WritersOf(kind);
   if (writers == nullptr) return 10;
+  const config::InstanceFileNames* names = config::InstanceFilesOf(kind);
+  const std::string stem = list.GetEtcDir(config::kFormResolved) + "\\";
+  const std::string ini_path = stem + names->ini_stem + record.getServerName() + ".ini";
+  platform::FileSnapshot old_ini;
+  if (const int status = old_ini.Take(ini_path); status != 0) {
+    list.Output(1, "ERROR: File '%s' cannot be read, errno =%d\n", ini_path.c_str(), status);
+    return 1;
+  }
   list.Output(1, "\nGenerating .ini file\n");
   int result = writers->ini(list, record, serviceNumber);
   if (result == 0) {
     list.Output(1, "\nGenerating .bat file\n");
     result = writers->bat(list, record);
+    if (result != 0) {
+      const int restored = old_ini.Restore();
+      list.Output(1, "File '%s' put back as it was: %s\n", ini_path.c_str(),
+                  restored == 0 ? "done" : "failed");
+    }
   }
   return result;
 }

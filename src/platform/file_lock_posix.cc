@@ -1,7 +1,9 @@
 // File locks on POSIX systems: flock on a descriptor of our own, so the lock
 // belongs to this FileLock alone (a second FileLock of the same process on the
 // same file waits like another process would). The descriptor is close-on-exec:
-// a child inheriting it would keep the lock after we release it.
+// a child inheriting it would keep the lock after we release it. A symbolic
+// link in the lock file's place is refused rather than followed: whoever
+// planted it would choose which file we create and hold.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -14,6 +16,7 @@
 
 #include "platform/file_lock.h"
 #include "platform/files.h"
+#include "platform/files_internal.h"
 
 namespace platform {
 namespace {
@@ -33,7 +36,9 @@ class PosixFileLock final : public FileLock {
 
 int FileLock::Acquire(const std::string& path, unsigned timeout_ms,
                       std::unique_ptr<FileLock>* lock) {
-  const int fd = open(NativePath(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  const std::string native = NativePath(path);
+  if (const int status = internal::Calls().lock(native); status != 0) return status;
+  const int fd = open(native.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
   if (fd < 0) return errno;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
   for (;;) {

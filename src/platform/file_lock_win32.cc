@@ -1,5 +1,7 @@
 // File locks on Windows: LockFileEx on a handle of our own, so the lock belongs
-// to this FileLock alone. The handle is not inheritable.
+// to this FileLock alone. The handle is not inheritable. A reparse point (a
+// symbolic link or junction) in the lock file's place is opened as itself and
+// refused, not followed.
 #include <windows.h>
 
 #include <cerrno>
@@ -9,6 +11,7 @@
 #include <thread>
 
 #include "platform/file_lock.h"
+#include "platform/files_internal.h"
 #include "platform/win32_errno.h"
 
 namespace platform {
@@ -33,10 +36,18 @@ class Win32FileLock final : public FileLock {
 
 int FileLock::Acquire(const std::string& path, unsigned timeout_ms,
                       std::unique_ptr<FileLock>* lock) {
-  const HANDLE file =
-      CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                  nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (const int status = internal::Calls().lock(path); status != 0) return status;
+  const HANDLE file = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
   if (file == INVALID_HANDLE_VALUE) return internal::LastErrno();
+  BY_HANDLE_FILE_INFORMATION information;
+  if (!GetFileInformationByHandle(file, &information) ||
+      (information.dwFileAttributes & (FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY)) !=
+          0) {
+    CloseHandle(file);
+    return ELOOP;
+  }
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
   for (;;) {
     OVERLAPPED where = {};

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cerrno>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "platform/files.h"
 #include "platform/files_internal.h"
@@ -10,20 +12,41 @@
 namespace platform {
 namespace {
 
-const FileSystemCalls kSystemCalls = {internal::SystemRename, internal::SystemSync};
+int SystemFlush(std::FILE* file) {
+  errno = 0;
+  if (std::fflush(file) == 0 && std::ferror(file) == 0) return 0;
+  return errno != 0 ? errno : EIO;
+}
+
+int NoLockGate(const std::string&) { return 0; }
+
+const FileSystemCalls kSystemCalls = {internal::SystemOpen,
+                                      internal::SystemCreate,
+                                      SystemFlush,
+                                      internal::SystemSync,
+                                      internal::SystemRename,
+                                      internal::SystemRemove,
+                                      internal::SystemMakeDirectory,
+                                      NoLockGate};
 
 // Replaced only by tests, before any other thread works with files.
 FileSystemCalls g_calls = kSystemCalls;
+
+constexpr std::string_view kTemporaryMark = ".sqxa-";
+constexpr std::string_view kTemporaryEnd = ".tmp";
 
 // Tries names until one is free; a stale temporary of a crashed run, or one of
 // another thread or process writing the same target, only costs a retry.
 int CreateTemporary(const std::string& target, bool text, std::string* temporary, File* file) {
   static std::atomic<unsigned> counter{0};
-  const std::string prefix = target + ".sqxa-" + std::to_string(internal::ProcessNumber()) + "-";
+  const std::string prefix =
+      target + std::string(kTemporaryMark) + std::to_string(internal::ProcessNumber()) + "-";
   for (int attempt = 0; attempt < 100; ++attempt) {
-    std::string name = prefix + std::to_string(counter.fetch_add(1)) + ".tmp";
-    const int status = internal::CreateNewFile(NativePath(name), NativePath(target), text, file);
+    std::string name = prefix + std::to_string(counter.fetch_add(1)) + std::string(kTemporaryEnd);
+    std::FILE* stream = nullptr;
+    const int status = g_calls.create(NativePath(name), NativePath(target), text, &stream);
     if (status == 0) {
+      file->reset(stream);
       *temporary = std::move(name);
       return 0;
     }
@@ -34,10 +57,43 @@ int CreateTemporary(const std::string& target, bool text, std::string* temporary
 
 }  // namespace
 
+namespace internal {
+const FileSystemCalls& Calls() { return g_calls; }
+}  // namespace internal
+
 FileSystemCalls SetFileSystemCallsForTesting(const FileSystemCalls* calls) {
   const FileSystemCalls previous = g_calls;
   g_calls = calls != nullptr ? *calls : kSystemCalls;
   return previous;
+}
+
+File OpenFile(const std::string& path, const char* mode) {
+  std::FILE* stream = nullptr;
+  if (const int status = g_calls.open(NativePath(path), mode, &stream); status != 0) {
+    errno = status;
+    return nullptr;
+  }
+  return File(stream);
+}
+
+int RemoveFile(const std::string& path) { return g_calls.remove(NativePath(path)); }
+
+int MakeDirectory(const std::string& path) { return g_calls.make_directory(NativePath(path)); }
+
+int RenameFile(const std::string& from, const std::string& to) {
+  return g_calls.rename(NativePath(from), NativePath(to));
+}
+
+int ListDirectory(const std::string& path, std::vector<std::string>* names) {
+  names->clear();
+  return internal::SystemListDirectory(NativePath(path), names);
+}
+
+bool IsTemporaryName(std::string_view name) {
+  const size_t mark = name.find(kTemporaryMark);
+  return mark != std::string_view::npos && mark > 0 && name.size() >= kTemporaryEnd.size() &&
+         name.substr(name.size() - kTemporaryEnd.size()) == kTemporaryEnd &&
+         mark + kTemporaryMark.size() <= name.size() - kTemporaryEnd.size();
 }
 
 AtomicFile::~AtomicFile() { Discard(); }
@@ -52,18 +108,14 @@ int AtomicFile::Open(const std::string& target, bool text) {
 
 int AtomicFile::Commit() {
   if (!stream_) return EBADF;
-  int status = 0;
-  errno = 0;
-  if (std::fflush(stream_.get()) != 0 || std::ferror(stream_.get()) != 0) {
-    status = errno != 0 ? errno : EIO;
-  }
+  int status = g_calls.flush(stream_.get());
   if (status == 0) status = g_calls.sync(stream_.get());
   // Closing may still report a failed write; the file then must not replace
   // the target.
   std::FILE* raw = stream_.release();
   errno = 0;
   if (std::fclose(raw) != 0 && status == 0) status = errno != 0 ? errno : EIO;
-  if (status == 0) status = g_calls.rename(NativePath(temporary_), NativePath(target_));
+  if (status == 0) status = RenameFile(temporary_, target_);
   if (status != 0) {
     Discard();
     return status;
@@ -89,8 +141,9 @@ int ReadFileContents(const std::string& path, std::string* contents) {
   std::string text;
   char chunk[65536];
   size_t count;
+  errno = 0;
   while ((count = std::fread(chunk, 1, sizeof chunk, file.get())) > 0) text.append(chunk, count);
-  if (std::ferror(file.get()) != 0) return EIO;
+  if (std::ferror(file.get()) != 0) return errno != 0 ? errno : EIO;
   *contents = std::move(text);
   return 0;
 }
@@ -107,6 +160,20 @@ int ReplaceFileContents(const std::string& path, std::string_view contents) {
     return error;
   }
   return file.Commit();
+}
+
+int FileSnapshot::Take(const std::string& path) {
+  path_ = path;
+  contents_.clear();
+  const int status = ReadFileContents(path, &contents_);
+  existed_ = status == 0;
+  return status == ENOENT ? 0 : status;
+}
+
+int FileSnapshot::Restore() const {
+  if (existed_) return ReplaceFileContents(path_, contents_);
+  const int status = RemoveFile(path_);
+  return status == ENOENT ? 0 : status;
 }
 
 }  // namespace platform

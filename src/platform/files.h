@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform {
 
@@ -34,6 +35,13 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 [[nodiscard]] int MakeDirectory(const std::string& path);
 // Renames, replacing an existing target.
 [[nodiscard]] int RenameFile(const std::string& from, const std::string& to);
+// The names in a directory, without "." and "..", in no set order.
+[[nodiscard]] int ListDirectory(const std::string& path, std::vector<std::string>* names);
+
+// Whether `name` is the name of a temporary file of this layer ("<target>.sqxa-
+// ... .tmp"). A writer that died leaves one behind; whoever holds the lock on
+// its directory may remove it.
+[[nodiscard]] bool IsTemporaryName(std::string_view name);
 
 [[nodiscard]] int ReadFileContents(const std::string& path, std::string* contents);
 // Replaces the file whole and atomically (see AtomicFile).
@@ -66,11 +74,39 @@ class AtomicFile {
   File stream_;
 };
 
-// System calls that tests replace to inject faults (a failing write, rename or
-// sync). Each answers 0 or an errno value.
+// A file as it stood, kept in memory so that a change of several files that
+// cannot be completed can be undone: put back whole, or removed again when it
+// did not exist.
+class FileSnapshot {
+ public:
+  // Reads `path` as it stands; a missing file is remembered as missing. 0 or
+  // an errno value.
+  [[nodiscard]] int Take(const std::string& path);
+  // Puts the file back as it was: 0 or an errno value.
+  [[nodiscard]] int Restore() const;
+
+ private:
+  std::string path_;
+  std::string contents_;
+  bool existed_ = false;
+};
+
+// The file system calls of this layer, each answering 0 or an errno value and
+// taking paths as the file system wants them. Tests replace them to make any
+// one operation fail (a full disk at the third write, a rename refused), so
+// that every way a run can be cut short is tried.
 struct FileSystemCalls {
-  int (*rename)(const std::string& native_from, const std::string& native_to);
+  int (*open)(const std::string& native_path, const char* mode, std::FILE** file);
+  // Creates a file that must not exist yet, for writing (see AtomicFile::Open).
+  int (*create)(const std::string& native_path, const std::string& native_target, bool text,
+                std::FILE** file);
+  int (*flush)(std::FILE* file);  // where buffered writes reach the system
   int (*sync)(std::FILE* file);
+  int (*rename)(const std::string& native_from, const std::string& native_to);
+  int (*remove)(const std::string& native_path);
+  int (*make_directory)(const std::string& native_path);
+  // Opens the lock file of FileLock::Acquire (a gate: the real call does nothing).
+  int (*lock)(const std::string& native_path);
 };
 // Replaces the calls (null restores the real ones); answers the previous table.
 FileSystemCalls SetFileSystemCallsForTesting(const FileSystemCalls* calls);

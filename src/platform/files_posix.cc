@@ -1,5 +1,6 @@
 // The file layer on POSIX systems: backslashes become slashes at the file
 // system, streams are opened close-on-exec so that children never inherit them.
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "platform/files.h"
 #include "platform/files_internal.h"
@@ -27,12 +29,6 @@ void FileCloser::operator()(std::FILE* file) const {
   if (file != nullptr) std::fclose(file);
 }
 
-File OpenFile(const std::string& path, const char* mode) {
-  // "e": close-on-exec, so a child started meanwhile does not keep the file open.
-  const std::string native_mode = std::string(mode) + "e";
-  return File(std::fopen(NativePath(path).c_str(), native_mode.c_str()));
-}
-
 bool FileExists(const std::string& path) {
   struct stat info;
   return stat(NativePath(path).c_str(), &info) == 0 && S_ISREG(info.st_mode);
@@ -43,22 +39,17 @@ bool DirectoryExists(const std::string& path) {
   return stat(NativePath(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-int RemoveFile(const std::string& path) {
-  return unlink(NativePath(path).c_str()) == 0 ? 0 : errno;
-}
-
-int MakeDirectory(const std::string& path) {
-  return mkdir(NativePath(path).c_str(), 0777) == 0 ? 0 : errno;
-}
-
-int RenameFile(const std::string& from, const std::string& to) {
-  return std::rename(NativePath(from).c_str(), NativePath(to).c_str()) == 0 ? 0 : errno;
-}
-
 namespace internal {
 
-int CreateNewFile(const std::string& native_path, const std::string& native_target,
-                  bool /*text: the same here*/, File* file) {
+int SystemOpen(const std::string& native_path, const char* mode, std::FILE** file) {
+  // "e": close-on-exec, so a child started meanwhile does not keep the file open.
+  const std::string native_mode = std::string(mode) + "e";
+  *file = std::fopen(native_path.c_str(), native_mode.c_str());
+  return *file != nullptr ? 0 : (errno != 0 ? errno : EIO);
+}
+
+int SystemCreate(const std::string& native_path, const std::string& native_target,
+                 bool /*text: the same here*/, std::FILE** file) {
   const int fd = open(native_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (fd < 0) return errno;
   struct stat target;
@@ -72,8 +63,29 @@ int CreateNewFile(const std::string& native_path, const std::string& native_targ
     unlink(native_path.c_str());
     return error;
   }
-  file->reset(stream);
+  *file = stream;
   return 0;
+}
+
+int SystemRemove(const std::string& native_path) {
+  return unlink(native_path.c_str()) == 0 ? 0 : errno;
+}
+
+int SystemMakeDirectory(const std::string& native_path) {
+  return mkdir(native_path.c_str(), 0777) == 0 ? 0 : errno;
+}
+
+int SystemListDirectory(const std::string& native_path, std::vector<std::string>* names) {
+  DIR* directory = opendir(native_path.c_str());
+  if (directory == nullptr) return errno;
+  errno = 0;
+  while (const dirent* entry = readdir(directory)) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names->push_back(name);
+  }
+  const int status = errno;
+  closedir(directory);
+  return status;
 }
 
 unsigned long ProcessNumber() { return static_cast<unsigned long>(getpid()); }

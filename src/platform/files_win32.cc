@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "platform/files.h"
 #include "platform/files_internal.h"
@@ -25,11 +26,6 @@ void FileCloser::operator()(std::FILE* file) const {
   if (file != nullptr) std::fclose(file);
 }
 
-File OpenFile(const std::string& path, const char* mode) {
-  const std::string native_mode = std::string(mode) + "N";
-  return File(std::fopen(path.c_str(), native_mode.c_str()));
-}
-
 bool FileExists(const std::string& path) {
   const DWORD attributes = GetFileAttributesA(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
@@ -40,21 +36,16 @@ bool DirectoryExists(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-int RemoveFile(const std::string& path) {
-  return DeleteFileA(path.c_str()) ? 0 : internal::LastErrno();
-}
-
-int MakeDirectory(const std::string& path) {
-  return CreateDirectoryA(path.c_str(), nullptr) ? 0 : internal::LastErrno();
-}
-
-int RenameFile(const std::string& from, const std::string& to) {
-  return internal::SystemRename(from, to);
-}
-
 namespace internal {
 
-int CreateNewFile(const std::string& native_path, const std::string&, bool text, File* file) {
+int SystemOpen(const std::string& native_path, const char* mode, std::FILE** file) {
+  // "N": not inherited, so a child started meanwhile does not keep the file open.
+  const std::string native_mode = std::string(mode) + "N";
+  *file = std::fopen(native_path.c_str(), native_mode.c_str());
+  return *file != nullptr ? 0 : (errno != 0 ? errno : EIO);
+}
+
+int SystemCreate(const std::string& native_path, const std::string&, bool text, std::FILE** file) {
   const int fd = _open(native_path.c_str(),
                        _O_WRONLY | _O_CREAT | _O_EXCL | (text ? _O_TEXT : _O_BINARY) | _O_NOINHERIT,
                        _S_IREAD | _S_IWRITE);
@@ -66,8 +57,32 @@ int CreateNewFile(const std::string& native_path, const std::string&, bool text,
     DeleteFileA(native_path.c_str());
     return error;
   }
-  file->reset(stream);
+  *file = stream;
   return 0;
+}
+
+int SystemRemove(const std::string& native_path) {
+  return DeleteFileA(native_path.c_str()) ? 0 : LastErrno();
+}
+
+int SystemMakeDirectory(const std::string& native_path) {
+  return CreateDirectoryA(native_path.c_str(), nullptr) ? 0 : LastErrno();
+}
+
+int SystemListDirectory(const std::string& native_path, std::vector<std::string>* names) {
+  WIN32_FIND_DATAA found;
+  const HANDLE search = FindFirstFileA((native_path + "\\*").c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) {
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND ? 0 : ErrnoFromWin32(error);
+  }
+  do {
+    const std::string name = found.cFileName;
+    if (name != "." && name != "..") names->push_back(name);
+  } while (FindNextFileA(search, &found));
+  const DWORD error = GetLastError();
+  FindClose(search);
+  return error == ERROR_NO_MORE_FILES ? 0 : ErrnoFromWin32(error);
 }
 
 unsigned long ProcessNumber() { return GetCurrentProcessId(); }

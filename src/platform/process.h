@@ -32,6 +32,11 @@ class Process {
   // Waits for the child to end; its exit code (128 + signal for a child killed by
   // a signal) goes to `exit_code`.
   [[nodiscard]] virtual bool Wait(int* exit_code) = 0;
+  // After Wait: empty when the child ended by itself, whatever its exit code;
+  // otherwise what ended it, in words: "signal 9 (Killed)" where signals end
+  // processes, "exception 0xC0000005" for an exception the child did not
+  // handle on Windows.
+  [[nodiscard]] virtual const std::string& AbnormalEnd() const = 0;
   // After Wait: up to `size` bytes of what the child wrote; 0 at the end.
   [[nodiscard]] virtual int ReadStdOut(char* buffer, int size) = 0;
   [[nodiscard]] virtual int ReadStdErr(char* buffer, int size) = 0;

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -153,12 +154,16 @@ class PosixProcess final : public Process {
       *exit_code = WEXITSTATUS(status);
     } else if (WIFSIGNALED(status)) {
       *exit_code = 128 + WTERMSIG(status);
+      const char* name = strsignal(WTERMSIG(status));
+      abnormal_end_ = "signal " + std::to_string(WTERMSIG(status)) + " (" +
+                      (name != nullptr ? name : "unknown") + ")";
     } else {
       *exit_code = -1;
     }
     return true;
   }
 
+  const std::string& AbnormalEnd() const override { return abnormal_end_; }
   int ReadStdOut(char* buffer, int size) override { return stdout_.Read(buffer, size); }
   int ReadStdErr(char* buffer, int size) override { return stderr_.Read(buffer, size); }
 
@@ -166,6 +171,7 @@ class PosixProcess final : public Process {
   std::string program_;
   std::vector<std::string> arguments_;
   pid_t pid_ = -1;
+  std::string abnormal_end_;
   Fd stdin_;
   OutputCollector stdout_;
   OutputCollector stderr_;

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -153,8 +154,18 @@ class Win32Process final : public Process {
     stdout_.Join();
     stderr_.Join();
     *exit_code = static_cast<int>(code);
+    // An exception the child did not handle ends it with the exception's
+    // code, an NTSTATUS of the error severity (0xC0000005 for an access
+    // violation); no program exits so on purpose.
+    if ((code & 0xC0000000u) == 0xC0000000u) {
+      char text[32];
+      std::snprintf(text, sizeof text, "exception 0x%08lX", static_cast<unsigned long>(code));
+      abnormal_end_ = text;
+    }
     return true;
   }
+
+  const std::string& AbnormalEnd() const override { return abnormal_end_; }
 
   int ReadStdOut(char* buffer, int size) override { return stdout_.Read(buffer, size); }
   int ReadStdErr(char* buffer, int size) override { return stderr_.Read(buffer, size); }
@@ -163,6 +174,7 @@ class Win32Process final : public Process {
   std::string program_;
   std::vector<std::string> arguments_;
   Handle process_;
+  std::string abnormal_end_;
   Handle stdin_;
   OutputCollector stdout_;
   OutputCollector stderr_;

@@ -62,10 +62,12 @@ void ConfigLog::Output(int channel, const char* format, ...) {
   }
   const std::string text = ExpandPercentPairs(formatted);
   if (channel == kLogChannel && console_ != 0) std::fputs(text.c_str(), stdout);
-  // The log is flushed when it is closed, not after each line: a put on a home
-  // with many instances writes thousands of lines, and a flush for each was
-  // most of the run's time.
-  if (log_ != nullptr) std::fputs(text.c_str(), log_.get());
+  // Flushed after each write, so that the log of a run that is killed shows
+  // how far it came.
+  if (log_ != nullptr) {
+    std::fputs(text.c_str(), log_.get());
+    std::fflush(log_.get());
+  }
 }
 
 std::string ExpandPercentPairs(const std::string& text) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -7,6 +9,7 @@
 #include "common/host_registry.h"
 #include "config/config_test_home.h"
 #include "config/db_config_list.h"
+#include "platform/files.h"
 #include "support/capture.h"
 
 namespace config {
@@ -48,7 +51,7 @@ TEST_F(PreConfigScanTest, IncludeFileNamesExistingInstancesOnce) {
 TEST_F(PreConfigScanTest, MissingIncludeFileGivesAnEmptyScan) {
   std::vector<std::string> names;
   EXPECT_EQ(list_->GetPreConfigList(3, &names), 0);
-  list_->ScanPreConfig(3);
+  ASSERT_EQ(list_->ScanPreConfig(3), 0);
   EXPECT_EQ(list_->GetCount(3), 0);
 }
 
@@ -69,7 +72,7 @@ TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
                           "\"COLL_SERVERID\"=\"INST2\"\n\"COLL_SERVICENUMBER\"=\"2\"\n\n"));
 
   list_->SetConsole(1);
-  const Captured got = Capture([&] { list_->ScanPreConfig(3); });
+  const Captured got = Capture([&] { EXPECT_EQ(list_->ScanPreConfig(3), 0); });
   list_->SetConsole(0);
   ASSERT_EQ(list_->GetCount(3), 3);
   const DbConfig* first = list_->GetAt(0, 3);
@@ -84,9 +87,11 @@ TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
   const DbConfig* second = list_->GetAt(1, 3);
   EXPECT_EQ(second->getServiceNumber(), 2);
   EXPECT_EQ(second->getTbldDailyFrequency(), 3);  // carried over from the first instance
-  const DbConfig* third = list_->GetAt(2, 3);     // no key at all
-  EXPECT_EQ(third->getServerName(), "");
-  EXPECT_EQ(third->getServiceNumber(), -3);  // VSQMMA_.ini: no such file
+  // No key at all (its tool died before it registered): named after its file,
+  // so that its number is read and its include line kept.
+  const DbConfig* third = list_->GetAt(2, 3);
+  EXPECT_EQ(third->getServerName(), "INST3");
+  EXPECT_EQ(third->getServiceNumber(), 9);
 
   for (const char* line : {
            "ScanPreConfig: enter\n",
@@ -104,6 +109,30 @@ TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
            "ScanPreConfig: exit\n",
        }) {
     EXPECT_NE(got.out.find(line), std::string::npos) << line;
+  }
+}
+
+// A list that is there but cannot be read must not pass for an empty one: the
+// next regeneration of the include file would drop every instance it lists.
+TEST_F(PreConfigScanTest, AnUnreadableListFailsTheScan) {
+  Write("VSQMMA_INST1.ini", "[VMAMSSQLAgent4]\n");
+  Write("vsqinc.ini", Add("INST1"));
+  for (const char* unreadable : {"vsqinc.ini", "VSQMMA_INST1.ini"}) {
+    SCOPED_TRACE(unreadable);
+    static std::string failing;
+    failing = unreadable;
+    platform::FileSystemCalls calls = platform::SetFileSystemCallsForTesting(nullptr);
+    static platform::FileSystemCalls real;
+    real = calls;
+    calls.open = [](const std::string& path, const char* mode, std::FILE** file) {
+      return path.size() >= failing.size() &&
+                     path.compare(path.size() - failing.size(), failing.size(), failing) == 0
+                 ? EIO
+                 : real.open(path, mode, file);
+    };
+    (void)platform::SetFileSystemCallsForTesting(&calls);
+    EXPECT_EQ(list_->ScanPreConfig(3), EIO);
+    (void)platform::SetFileSystemCallsForTesting(nullptr);
   }
 }
 
