@@ -1,5 +1,7 @@
 #include "generate/ini_blocks.h"
 
+#include <cerrno>
+
 #include "generate/line_reader.h"
 #include "platform/files.h"
 #include "support/config_log.h"
@@ -108,14 +110,17 @@ void WriteServices(config::DbConfigList& list, const ServiceNames& names, int se
   if (blank_after) list.Output(kIni, "\n");
 }
 
-void CopyTestSettings(config::DbConfigList& list, const std::string& path) {
+int CopyTestSettings(config::DbConfigList& list, const std::string& path) {
+  errno = 0;
   const platform::File settings = platform::OpenFile(path, "r");
   if (settings == nullptr) {
+    const int status = errno != 0 ? errno : EIO;
     list.Output(1, "Unable to open file '%s'\n", path.c_str());
-    return;
+    return status == ENOENT ? 0 : status;
   }
   std::string line;
   while (ReadLine(settings.get(), &line)) list.Output(kIni, "%s\n", line.c_str());
+  return std::ferror(settings.get()) != 0 ? EIO : 0;
 }
 
 }  // namespace generate

@@ -51,7 +51,9 @@ void WriteServices(config::DbConfigList& list, const ServiceNames& names, int se
                    const std::string& server, const char* collector_program, bool blank_after);
 
 // Copies the lines of the test-settings file `path` to the ini channel; a
-// missing file is traced and only ends the .ini file earlier.
-void CopyTestSettings(config::DbConfigList& list, const std::string& path);
+// missing file is traced and only ends the .ini file earlier. 0, or the errno
+// value of a file that is there but cannot be read: the .ini file would then
+// lack settings without a word.
+[[nodiscard]] int CopyTestSettings(config::DbConfigList& list, const std::string& path);
 
 }  // namespace generate

@@ -13,8 +13,8 @@ namespace {
 
 constexpr int kIni = support::kIniChannel;
 
-void WriteContent(config::DbConfigList& list, const config::DbConfig& record, int serviceNumber,
-                  const IniLayout& layout, const std::string& collector) {
+int WriteContent(config::DbConfigList& list, const config::DbConfig& record, int serviceNumber,
+                 const IniLayout& layout, const std::string& collector) {
   const std::string server = record.getServerName();
   WriteHeader(list, layout.banner);
   WriteIdentity(list, layout.identity, server);
@@ -23,9 +23,9 @@ void WriteContent(config::DbConfigList& list, const config::DbConfig& record, in
   if (layout.extra_sections != nullptr) layout.extra_sections(list);
   WriteServices(list, layout.services, serviceNumber, server, collector.c_str(),
                 layout.blank_after_services);
-  CopyTestSettings(list, layout.test_settings == TestSettingsDir::kEtc
-                             ? list.GetEtcDir(config::kFormResolved) + "\\vdbtset.ini"
-                             : std::string("vdbtset.ini"));
+  return CopyTestSettings(list, layout.test_settings == TestSettingsDir::kEtc
+                                    ? list.GetEtcDir(config::kFormResolved) + "\\vdbtset.ini"
+                                    : std::string("vdbtset.ini"));
 }
 
 }  // namespace
@@ -56,7 +56,12 @@ int WriteInstanceIni(config::DbConfigList& list, const config::DbConfig& record,
   // Reaches the include file only while it is being written.
   list.Output(support::kIncludeChannel, "Add=%s\n", path.c_str());
 
-  WriteContent(list, record, serviceNumber, layout, collector);
+  if (const int status = WriteContent(list, record, serviceNumber, layout, collector);
+      status != 0) {
+    list.Output(1, "ERROR: File '%s' left as it was: its settings could not be read, errno =%d\n",
+                path.c_str(), status);
+    return kOpenFailed;
+  }
 
   if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
     return committed;
