@@ -1,9 +1,16 @@
 """A sandbox product home for the scripts that run many puts on one home: the
 agent's directory with its management-agent settings, one SQL Server home
 (sql/MSSQL with its server program and error log) and an instance-creation
-tool installed as InstallORV/vinconfg."""
+tool installed as InstallORV/vinconfg.
+
+Home wraps one such home with the program that runs on it, natively or under
+Wine, and reads back what the runs left there."""
 import os
+import re
 import shutil
+import subprocess
+
+MARLOX_KEY = "HKLM\\Software\\Marlox"
 
 
 def prepare(home, tool, wine=False):
@@ -16,7 +23,87 @@ def prepare(home, tool, wine=False):
             f.write("x")
     with open(os.path.join(home, "ORVAGT6_x64", "vsqmma.ini"), "w") as f:
         f.write("[Local Settings]\nCOLL_TRACE=ERROR\n")
+    install_tool(home, tool, wine)
+    return ("Z:" if wine else "") + home.replace("/", "\\") + "sql\\MSSQL"
+
+
+def install_tool(home, tool, wine=False):
     target = os.path.join(home, "InstallORV", "vinconfg.exe" if wine else "vinconfg")
     shutil.copyfile(os.path.abspath(tool), target)
     os.chmod(target, 0o755)
-    return ("Z:" if wine else "") + home.replace("/", "\\") + "sql\\MSSQL"
+
+
+def start_wine():
+    """The first program of a Wine session starts the prefix's services, which
+    would inherit (and hold open) the pipes of a run."""
+    subprocess.run(["wine", "cmd", "/c", "exit"], stdin=subprocess.DEVNULL,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+def forget_registrations(wine):
+    """Under Wine the tool registers in the prefix's registry, which outlives
+    the home; a test prefix has no product keys of its own."""
+    if wine:
+        subprocess.run(["wine", "reg", "delete", MARLOX_KEY, "/f"],
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+def decode(data):
+    return data.decode("utf-8", "surrogateescape").replace("\r\n", "\n")
+
+
+class Home:
+    def __init__(self, root, program, tool, wine):
+        self.wine = wine
+        self.program = os.path.abspath(program)
+        self.home = os.path.join(root, "home") + "/"
+        self.seen_home = ("Z:" + self.home.replace("/", "\\")) if wine else self.home
+        self.sql = prepare(self.home, tool, wine)
+        self.env = dict(os.environ)
+        for key in ("MARLOX_KEYFILE", "SQ_XA_TRACE", "SQ_XA_TRACE_FILE", "ORVAGT6_DIR",
+                    "COLL_SERVERID", "COLL_SERVICENUMBER", "SQXA_STAND_IN_MODE",
+                    "SQXA_STAND_IN_EXIT", "SQXA_STAND_IN_FLOOD"):
+            self.env.pop(key, None)
+        self.env.update(MARLOX_HOME=self.seen_home, PORTNUMBER="1920", COMPUTERNAME="HOST1",
+                        MARLOX_REGISTRY=os.path.join(self.home, "registry.reg"))
+
+    def install_tool(self, tool):
+        install_tool(self.home, tool, self.wine)
+
+    def command(self, *args):
+        return (["wine"] if self.wine else []) + [self.program] + list(args)
+
+    def run(self, *args, stdin=b"", env=None, prefix=()):
+        """Runs the program to its end: (status, stdout, stderr)."""
+        result = subprocess.run(list(prefix) + self.command(*args), input=stdin,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=self.home,
+                                env=env or self.env, timeout=300)
+        return result.returncode, decode(result.stdout), decode(result.stderr)
+
+    def stream(self, instance, login="sa"):
+        return ("INSTANCE=%s\n[DBSETTINGS]\ndb_login=%s\ndb_password=p\ndb_home=%s\n"
+                "db_errorlog=%s\\Log\\ERRORLOG\n" % (instance, login, self.sql, self.sql))
+
+    def put(self, instance, login="sa", env=None):
+        return self.run("-p", instance + ":h:X", stdin=self.stream(instance, login).encode(),
+                        env=env)
+
+    def etc(self, *names):
+        return os.path.join(self.home, "ORVAGT6_x64", *names)
+
+    def read(self, *names):
+        """A file of the agent's directory, or None."""
+        try:
+            with open(self.etc(*names), "rb") as f:
+                return decode(f.read())
+        except OSError:
+            return None
+
+    def listed(self):
+        """The instances the include file names, in its order, repeats kept."""
+        return re.findall(r"VSQMMA_(.*?)\.ini$", self.read("vsqinc.ini") or "", re.M)
+
+    def files_of(self, instance):
+        """The instance's .ini and .bat files that exist."""
+        return [name for name in ("VSQMMA_%s.ini" % instance, "MSMSQL_%s.bat" % instance)
+                if os.path.exists(self.etc(name))]

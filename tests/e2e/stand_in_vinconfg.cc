@@ -6,6 +6,10 @@
 // unregisters it on "-uiVSQ<instance>". With SQXA_STAND_IN_FLOOD set to a
 // byte count it then writes that many "o" to its standard output and as many
 // "e" to its standard error, far more than a pipe holds, before it exits.
+// SQXA_STAND_IN_MODE plays a tool that goes wrong once its call is logged:
+// "crash" dies of an access violation (SIGSEGV on Linux, exception 0xC0000005
+// on Windows) before registering anything; "noregister" ends with status 0
+// without registering.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -66,6 +70,15 @@ void Flood(std::FILE* stream, char byte, long count) {
   std::fflush(stream);
 }
 
+// The store goes through a pointer read back from a volatile object, so the
+// compiler cannot see that it is null and must emit the store itself. The
+// undefined-behaviour sanitizer would end the process with a report of its
+// own instead of letting the fault happen.
+__attribute__((no_sanitize("undefined"))) void Crash() {
+  int* volatile nowhere = nullptr;
+  *static_cast<volatile int*>(nowhere) = 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -82,6 +95,10 @@ int main(int argc, char** argv) {
     std::fprintf(out, "\nstdin: [%s]\n", input.c_str());
     std::fclose(out);
   }
+  const char* mode_variable = std::getenv("SQXA_STAND_IN_MODE");
+  const std::string mode = mode_variable != nullptr ? mode_variable : "";
+  if (mode == "crash") Crash();
+  if (mode == "noregister") return 0;
   const std::string option = argc > 1 ? argv[1] : "";
   if (option.rfind("-ciVSQ~", 0) == 0) Register(option);
   if (option.rfind("-uiVSQ", 0) == 0) Unregister(option.substr(6));
