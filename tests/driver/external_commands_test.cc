@@ -23,8 +23,16 @@ TEST(RunCommandTest, OutputIsCollectedOrPassedThrough) {
   EXPECT_TRUE(runCommand(failing, "", &exit_code));
   EXPECT_EQ(exit_code, 3);
 
+  // A killed child did not finish its work, whatever its exit code says.
+  const Command crash{"child crash", SQXA_TEST_CHILD, {"crash"}};
+  Captured got = Capture([&] { EXPECT_FALSE(runCommand(crash, "", &exit_code)); });
+  EXPECT_TRUE(
+      std::regex_match(got.err, std::regex("Error line\\(\\d+\\): sqxa_test_child was ended by "
+                                           "(signal \\d+ \\(.+\\)|exception 0xC[0-9A-F]{7})\n")))
+      << got.err;
+
   const Command missing{"no_such_program x", "no_such_dir/no_such_program", {"x"}};
-  const Captured got = Capture([&] { EXPECT_FALSE(runCommand(missing, "", &exit_code)); });
+  got = Capture([&] { EXPECT_FALSE(runCommand(missing, "", &exit_code)); });
   EXPECT_TRUE(std::regex_match(
       got.err, std::regex("Error line\\(\\d+\\): Error running command: no_such_program x\n")));
 }

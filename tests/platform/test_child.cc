@@ -5,6 +5,8 @@
 //   sqxa_test_child echo          copies standard input to standard output
 //   sqxa_test_child args ...      writes each argument on a line of its own
 //   sqxa_test_child env NAME      writes the value of the environment variable NAME
+//   sqxa_test_child crash         dies of an access violation (a signal, or an
+//                                 exception it does not handle on Windows)
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -50,6 +52,12 @@ int main(int argc, char** argv) {
     std::fputs(value != nullptr ? value : "(unset)", stdout);
     return 0;
   }
-  std::fputs("usage: sqxa_test_child exit N | flood BYTES | echo | args ... | env NAME\n", stderr);
+  if (argc >= 2 && std::strcmp(argv[1], "crash") == 0) {
+    static volatile int* volatile nowhere = nullptr;  // opaque, so the write is made
+    *nowhere = 1;
+    return 0;
+  }
+  std::fputs("usage: sqxa_test_child exit N | flood BYTES | echo | args ... | env NAME | crash\n",
+             stderr);
   return 2;
 }
