@@ -175,9 +175,9 @@ def run_scenario(name, program, tool, wine, keep):
         before = os.path.join(scenario_dir, "before")
         if os.path.isdir(before):
             shutil.copytree(before, sandbox.home, dirs_exist_ok=True)
-            for root, _, files in os.walk(sandbox.home):
+            for folder, _, files in os.walk(sandbox.home):
                 for name in files:
-                    path = os.path.join(root, name)
+                    path = os.path.join(folder, name)
                     text = read(path)
                     if "{{" in text:
                         with open(path, "wb") as f:
