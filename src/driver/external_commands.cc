@@ -67,7 +67,8 @@ int runVinConfg(int commandType, const std::string& instanceName) {
   // blanks cannot be misread; the line is what the traces show.
   const Command command{home + "InstallORV\\vinconfg " + option,
                         home + "InstallORV\\vinconfg" + platform::ExecutableSuffix(),
-                        {option}};
+                        {option},
+                        kVinconfgTimeLimitMs};
   RAS1_Printf(RAS1_DETAIL, "runVinConfg", "Issuing command '%s'", command.line.c_str());
   int exit_code = 0;
   if (!runCommand(command, "", &exit_code)) {
@@ -91,7 +92,7 @@ bool runCommand(const Command& command, const std::string& input, int* exitCode,
     (void)child.getStdIn().write(input);
   }
   child.getStdIn().close();
-  if (!child.wait(exitCode)) {
+  if (!child.wait(exitCode, command.time_limit_ms)) {
     REPORT_ERROR_INDENTED("Error waiting for process");
     return false;
   }

@@ -28,7 +28,9 @@ bool Process::start() {
   return true;
 }
 
-bool Process::wait(int* exitCode) { return child_ != nullptr && child_->Wait(exitCode); }
+bool Process::wait(int* exitCode, unsigned limitMs) {
+  return child_ != nullptr && child_->Wait(exitCode, limitMs);
+}
 
 std::string Process::abnormalEnd() const {
   return child_ != nullptr ? child_->AbnormalEnd() : std::string();

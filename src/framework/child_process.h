@@ -42,8 +42,9 @@ class Process {
   [[nodiscard]] InputPipe& getStdIn() { return stdin_; }
   [[nodiscard]] OutputPipe& getStdOut() { return stdout_; }
   [[nodiscard]] OutputPipe& getStdErr() { return stderr_; }
-  // Waits for the child to end and stores its exit code.
-  [[nodiscard]] bool wait(int* exitCode);
+  // Waits for the child to end and stores its exit code; a child still running
+  // after `limitMs` (when not platform::kNoTimeLimit) is killed.
+  [[nodiscard]] bool wait(int* exitCode, unsigned limitMs = platform::kNoTimeLimit);
   // After wait: empty when the child ended by itself, else what ended it (a
   // signal, an exception it did not handle).
   [[nodiscard]] std::string abnormalEnd() const;

@@ -17,6 +17,11 @@ namespace platform {
 // What names a program file here: ".exe" on Windows, nothing elsewhere.
 [[nodiscard]] const char* ExecutableSuffix();
 
+inline constexpr unsigned kNoTimeLimit = 0;
+
+// How a time limit reads in a report: "the time limit of 300 seconds".
+[[nodiscard]] std::string TimeLimitText(unsigned limit_ms);
+
 class Process {
  public:
   virtual ~Process() = default;  // closes every handle; a running child is left to run
@@ -30,12 +35,13 @@ class Process {
   [[nodiscard]] virtual bool WriteStdIn(std::string_view data) = 0;
   virtual void CloseStdIn() = 0;
   // Waits for the child to end; its exit code (128 + signal for a child killed by
-  // a signal) goes to `exit_code`.
-  [[nodiscard]] virtual bool Wait(int* exit_code) = 0;
+  // a signal) goes to `exit_code`. A child still running after `limit_ms`
+  // (when not kNoTimeLimit) is killed, and the wait goes on to its end.
+  [[nodiscard]] virtual bool Wait(int* exit_code, unsigned limit_ms = kNoTimeLimit) = 0;
   // After Wait: empty when the child ended by itself, whatever its exit code;
   // otherwise what ended it, in words: "signal 9 (Killed)" where signals end
   // processes, "exception 0xC0000005" for an exception the child did not
-  // handle on Windows.
+  // handle on Windows, "the time limit of 300 seconds".
   [[nodiscard]] virtual const std::string& AbnormalEnd() const = 0;
   // After Wait: up to `size` bytes of what the child wrote; 0 at the end.
   [[nodiscard]] virtual int ReadStdOut(char* buffer, int size) = 0;

@@ -1,10 +1,17 @@
 #include "platform/process_output.h"
 
+#include "platform/process.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
 namespace platform {
+
+std::string TimeLimitText(unsigned limit_ms) {
+  return "the time limit of " + (limit_ms % 1000 == 0 ? std::to_string(limit_ms / 1000) + " seconds"
+                                                      : std::to_string(limit_ms) + " ms");
+}
 
 OutputCollector::~OutputCollector() {
   if (thread_.joinable()) thread_.detach();

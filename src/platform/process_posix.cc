@@ -8,12 +8,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "platform/files.h"
@@ -140,9 +143,13 @@ class PosixProcess final : public Process {
 
   void CloseStdIn() override { stdin_.Close(); }
 
-  bool Wait(int* exit_code) override {
+  bool Wait(int* exit_code, unsigned limit_ms) override {
     if (pid_ <= 0) return false;
     int status = 0;
+    if (limit_ms != kNoTimeLimit && !WaitWithin(limit_ms)) {
+      kill(pid_, SIGKILL);
+      abnormal_end_ = TimeLimitText(limit_ms);
+    }
     while (waitpid(pid_, &status, 0) < 0) {
       if (errno != EINTR) return false;
     }
@@ -155,8 +162,9 @@ class PosixProcess final : public Process {
     } else if (WIFSIGNALED(status)) {
       *exit_code = 128 + WTERMSIG(status);
       const char* name = strsignal(WTERMSIG(status));
-      abnormal_end_ = "signal " + std::to_string(WTERMSIG(status)) + " (" +
-                      (name != nullptr ? name : "unknown") + ")";
+      if (abnormal_end_.empty())
+        abnormal_end_ = "signal " + std::to_string(WTERMSIG(status)) + " (" +
+                        (name != nullptr ? name : "unknown") + ")";
     } else {
       *exit_code = -1;
     }
@@ -168,6 +176,24 @@ class PosixProcess final : public Process {
   int ReadStdErr(char* buffer, int size) override { return stderr_.Read(buffer, size); }
 
  private:
+  // Whether the child ends within `limit_ms`; when it does, it is left to be
+  // reaped. Polls with growing pauses, so that a
+  // quick child costs next to no waiting.
+  bool WaitWithin(unsigned limit_ms) const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
+    auto pause = std::chrono::microseconds(100);
+    for (;;) {
+      siginfo_t info{};
+      if (waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+          info.si_pid == pid_) {
+        return true;
+      }
+      if (std::chrono::steady_clock::now() >= deadline) return false;
+      std::this_thread::sleep_for(pause);
+      pause = std::min(pause * 2, std::chrono::microseconds(20000));
+    }
+  }
+
   std::string program_;
   std::vector<std::string> arguments_;
   pid_t pid_ = -1;

@@ -144,8 +144,12 @@ class Win32Process final : public Process {
 
   void CloseStdIn() override { stdin_.Close(); }
 
-  bool Wait(int* exit_code) override {
+  bool Wait(int* exit_code, unsigned limit_ms) override {
     if (process_.get() == nullptr) return false;
+    if (limit_ms != kNoTimeLimit && WaitForSingleObject(process_.get(), limit_ms) == WAIT_TIMEOUT) {
+      TerminateProcess(process_.get(), 1);
+      abnormal_end_ = TimeLimitText(limit_ms);
+    }
     if (WaitForSingleObject(process_.get(), INFINITE) != WAIT_OBJECT_0) return false;
     DWORD code = 0;
     if (!GetExitCodeProcess(process_.get(), &code)) return false;
@@ -157,7 +161,7 @@ class Win32Process final : public Process {
     // An exception the child did not handle ends it with the exception's
     // code, an NTSTATUS of the error severity (0xC0000005 for an access
     // violation); no program exits so on purpose.
-    if ((code & 0xC0000000u) == 0xC0000000u) {
+    if (abnormal_end_.empty() && (code & 0xC0000000u) == 0xC0000000u) {
       char text[32];
       std::snprintf(text, sizeof text, "exception 0x%08lX", static_cast<unsigned long>(code));
       abnormal_end_ = text;

@@ -31,6 +31,12 @@ TEST(RunCommandTest, OutputIsCollectedOrPassedThrough) {
                                            "(signal \\d+ \\(.+\\)|exception 0xC[0-9A-F]{7})\n")))
       << got.err;
 
+  // One caught in a loop is stopped, so that it cannot hold the run for ever.
+  const Command sleeping{"child sleep", SQXA_TEST_CHILD, {"sleep", "60000"}, 200};
+  got = Capture([&] { EXPECT_FALSE(runCommand(sleeping, "", &exit_code)); });
+  EXPECT_EQ(got.err.substr(got.err.find(')')),
+            "): sqxa_test_child was ended by the time limit of 200 ms\n");
+
   const Command missing{"no_such_program x", "no_such_dir/no_such_program", {"x"}};
   got = Capture([&] { EXPECT_FALSE(runCommand(missing, "", &exit_code)); });
   EXPECT_TRUE(std::regex_match(

@@ -5,13 +5,16 @@
 //   sqxa_test_child echo          copies standard input to standard output
 //   sqxa_test_child args ...      writes each argument on a line of its own
 //   sqxa_test_child env NAME      writes the value of the environment variable NAME
-//   sqxa_test_child crash         dies of an access violation (a signal, or an
-//                                 exception it does not handle on Windows)
+//   sqxa_test_child sleep MS      waits MS milliseconds, then exits 0
+//   sqxa_test_child crash         dies of an illegal instruction (a signal, or
+//                                 an exception it does not handle on Windows)
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -52,12 +55,18 @@ int main(int argc, char** argv) {
     std::fputs(value != nullptr ? value : "(unset)", stdout);
     return 0;
   }
-  if (argc >= 2 && std::strcmp(argv[1], "crash") == 0) {
-    static volatile int* volatile nowhere = nullptr;  // opaque, so the write is made
-    *nowhere = 1;
+  if (argc >= 3 && std::strcmp(argv[1], "sleep") == 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::atol(argv[2])));
     return 0;
   }
-  std::fputs("usage: sqxa_test_child exit N | flood BYTES | echo | args ... | env NAME | crash\n",
-             stderr);
+  if (argc >= 2 && std::strcmp(argv[1], "crash") == 0) {
+    // An illegal instruction: SIGILL, or exception 0xC000001D on Windows, and
+    // no sanitizer turns it into an ordinary exit.
+    __builtin_trap();
+  }
+  std::fputs(
+      "usage: sqxa_test_child exit N | flood BYTES | echo | args ... | env NAME | sleep MS | "
+      "crash\n",
+      stderr);
   return 2;
 }
