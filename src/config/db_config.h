@@ -70,6 +70,12 @@ class DbConfig {
 #undef SQXA_TEXT
 #undef SQXA_NUMBER
 
+  // Whether the scan found the instance's registration. One that the include
+  // file lists without it is named after its file and kept in the list, so
+  // that it can be put and removed, but it has no settings to give.
+  void setRegistered(bool registered) { registered_ = registered; }
+  [[nodiscard]] bool isRegistered() const { return registered_; }
+
  private:
   int server_type_ = 5;  // 5: no kind yet
   std::string server_name_;
@@ -98,6 +104,7 @@ class DbConfig {
   int errorlog_startup_max_event_row_ = 0;
   int errorlog_startup_max_time_ = 0;
   int errorlog_max_event_row_ = 50;
+  bool registered_ = true;
 };
 
 }  // namespace config

@@ -200,12 +200,14 @@ int DbConfigList::ScanPreConfig(int kind) {
     // An instance listed but not registered (its tool died, the key was
     // deleted by hand) is named after its file, so that it can still be put,
     // got and removed, and so that it keeps its line in the include file.
-    if (text.server_id.empty() && !listed[n].file_name.empty()) {
+    const bool registered = !text.server_id.empty();
+    if (!registered && !listed[n].file_name.empty()) {
       Output(1, "ScanPreConfig: no registered name; naming the server '%s' after its file\n",
              listed[n].file_name.c_str());
       text.server_id = listed[n].file_name;
     }
     auto record = std::make_unique<DbConfig>();
+    record->setRegistered(registered);
     record->setServerName(text.server_id);
     record->setLoginName(text.logon);
     record->setPassword(text.password);

@@ -73,6 +73,12 @@ int doConfigGet(const char* msn) {
                 configured->GetCount(kind));
   }
   const config::DbConfig* record = scanned ? configured->FindByName(instance, kind) : nullptr;
+  // An instance listed but not registered (its tool died) has no settings:
+  // an empty stream would pass for a configuration with none.
+  if (record != nullptr && !record->isRegistered()) {
+    RAS1_Printf(RAS1_DETAIL, "doConfigGet", "'%s' is listed but not registered", instance.c_str());
+    record = nullptr;
+  }
   if (record == nullptr) {
     REPORT_ERROR("Could not find configuration for server: %s", instance.c_str());
     return 2;

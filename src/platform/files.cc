@@ -57,6 +57,20 @@ int CreateTemporary(const std::string& target, bool text, std::string* temporary
 
 }  // namespace
 
+void RemoveStaleTemporariesOf(const std::string& target) {
+  const std::string native = NativePath(target);
+  const size_t separator = native.find_last_of(PathSeparator() == '/' ? "/" : "\\/");
+  const std::string directory = separator == std::string::npos ? "." : native.substr(0, separator);
+  const std::string prefix = native.substr(separator + 1) + std::string(kTemporaryMark);
+  std::vector<std::string> names;
+  if (internal::SystemListDirectory(directory, &names) != 0) return;
+  for (const std::string& name : names) {
+    if (name.compare(0, prefix.size(), prefix) == 0 && IsTemporaryName(name)) {
+      (void)g_calls.remove(directory + (PathSeparator() == '/' ? "/" : "\\") + name);
+    }
+  }
+}
+
 namespace internal {
 const FileSystemCalls& Calls() { return g_calls; }
 }  // namespace internal

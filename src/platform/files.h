@@ -43,6 +43,10 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 // its directory may remove it.
 [[nodiscard]] bool IsTemporaryName(std::string_view name);
 
+// Removes the temporary files that writers of `target` left when they died.
+// Only for whoever holds the lock that every writer of `target` takes.
+void RemoveStaleTemporariesOf(const std::string& target);
+
 [[nodiscard]] int ReadFileContents(const std::string& path, std::string* contents);
 // Replaces the file whole and atomically (see AtomicFile).
 [[nodiscard]] int ReplaceFileContents(const std::string& path, std::string_view contents);

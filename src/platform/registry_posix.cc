@@ -178,6 +178,8 @@ long ModifyHive(const std::string& path, Change change) {
   }
   std::unique_ptr<FileLock> lock;
   if (FileLock::Acquire(path + ".lock", kLockTimeoutMs, &lock) != 0) return kRegCannotWrite;
+  // A writer that died may have left a copy of the file, passwords and all.
+  RemoveStaleTemporariesOf(path);
   std::unique_ptr<MappedFile> mapped = MappedFile::Map(path);
   if (mapped == nullptr && errno != ENOENT) return kRegCannotWrite;
   if (mapped != nullptr) {

@@ -92,6 +92,8 @@ TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
   const DbConfig* third = list_->GetAt(2, 3);
   EXPECT_EQ(third->getServerName(), "INST3");
   EXPECT_EQ(third->getServiceNumber(), 9);
+  EXPECT_FALSE(third->isRegistered());
+  EXPECT_TRUE(first->isRegistered());
 
   for (const char* line : {
            "ScanPreConfig: enter\n",

@@ -16,6 +16,7 @@ namespace {
 
 using sqxa_test::ScratchDir;
 using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
 
 std::string Read(const std::string& path) {
   std::string contents;
@@ -91,6 +92,21 @@ TEST(Files, ContentsAreBinaryAndReplacedWhole) {
   ASSERT_EQ(ReplaceFileContents(path, ""), 0);
   EXPECT_EQ(Read(path), "");
   EXPECT_THAT(dir.Entries(), ElementsAre("data.bin"));
+}
+
+// What a writer that died left beside its target goes; nothing else does.
+TEST(Files, StaleTemporariesOfOneTargetAreRemoved) {
+  ScratchDir dir;
+  for (const char* name : {"t.ini", "t.ini.sqxa-12-0.tmp", "t.ini.sqxa-12-staged.tmp",
+                           "u.ini.sqxa-12-0.tmp", "t.ini.sqxa-notes.txt", "t.ini.tmp"}) {
+    ASSERT_EQ(ReplaceFileContents(dir.File(name), "x"), 0);
+  }
+  RemoveStaleTemporariesOf(dir.File("t.ini"));
+  EXPECT_THAT(dir.Entries(), UnorderedElementsAre("t.ini", "u.ini.sqxa-12-0.tmp",
+                                                  "t.ini.sqxa-notes.txt", "t.ini.tmp"));
+  std::vector<std::string> names;
+  ASSERT_EQ(ListDirectory(dir.path().string(), &names), 0);
+  EXPECT_EQ(names.size(), 4u);
 }
 
 TEST(AtomicFile, WritesBesideTheTargetUntilCommitted) {
