@@ -1,5 +1,6 @@
 #include "generate/bat_blocks.h"
 
+#include "generate/bat_text.h"
 #include "generate/channel_file.h"
 #include "generate/create_dir.h"
 #include "support/config_log.h"
@@ -21,6 +22,10 @@ void MakeHistoryDir(config::DbConfigList& list, const std::string& directory) {
   }
 }
 
+void WriteBatSetting(config::DbConfigList& list, const char* name, const std::string& value) {
+  list.Output(support::kBatChannel, "SET %s=%s\n", name, BatText(value).c_str());
+}
+
 void WriteEditableHeading(config::DbConfigList& list, const char* product) {
   constexpr int kBat = support::kBatChannel;
   list.Output(kBat, "\n");
@@ -30,10 +35,9 @@ void WriteEditableHeading(config::DbConfigList& list, const char* product) {
 }
 
 void WriteBatLogonSettings(config::DbConfigList& list, const config::DbConfig& record) {
-  constexpr int kBat = support::kBatChannel;
-  list.Output(kBat, "SET INST=%s\n", record.getServerName().c_str());
-  list.Output(kBat, "SET COLL_LOGON=%s\n", record.getLoginName().c_str());
-  list.Output(kBat, "SET COLL_PASSWORD=%s\n", record.getPassword().c_str());
+  WriteBatSetting(list, "INST", record.getServerName());
+  WriteBatSetting(list, "COLL_LOGON", record.getLoginName());
+  WriteBatSetting(list, "COLL_PASSWORD", record.getPassword());
 }
 
 void WriteFixedHeading(config::DbConfigList& list) {
@@ -59,7 +63,7 @@ void WriteStartLines(config::DbConfigList& list, const std::string& collector, c
   const std::string program = list.GetCommonCollector() == 1 ? "VDBCOLL" : collector;
   list.Output(kBat, "START /MIN %s -console \n", program.c_str());
   list.Output(kBat, "START /MIN %sAGENT -console -hkey \"%s\\%s\\%s\"\n", product, product, release,
-              server.c_str());
+              BatText(server, true).c_str());
 }
 
 int WriteInstanceBat(config::DbConfigList& list, const config::DbConfig& record, const char* writer,

@@ -16,6 +16,11 @@ namespace generate {
 // Makes the history directory with all its parents; a failure is traced only.
 void MakeHistoryDir(config::DbConfigList& list, const std::string& directory);
 
+// "SET <name>=<value>", the value escaped by BatText: every value that comes
+// from a configuration stream, a record or the environment goes through here
+// or through BatText.
+void WriteBatSetting(config::DbConfigList& list, const char* name, const std::string& value);
+
 // The opening comment of the part a site may edit, naming the agent `product`.
 void WriteEditableHeading(config::DbConfigList& list, const char* product);
 
@@ -30,7 +35,8 @@ void WriteFixedCollectorSettings(config::DbConfigList& list);
 
 // The closing part: the collector's start line (it ends with a blank, as the
 // agents' tools expect), then the agent's, whose registry key is
-// "<product>\<release>\<server>".
+// "<product>\<release>\<server>" between quotes, where only the server's
+// percent signs need doubling.
 void WriteStartLines(config::DbConfigList& list, const std::string& collector, const char* product,
                      const char* release, const std::string& server);
 

@@ -3,6 +3,7 @@
 
 #include "generate/agent_files.h"
 #include "generate/bat_blocks.h"
+#include "generate/bat_text.h"
 #include "generate/channel_file.h"
 #include "generate/current_path.h"
 #include "generate/regcopy.h"
@@ -19,18 +20,18 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record) {
   const std::string server = record.getServerName();
   WriteEditableHeading(list, "VIX");
   list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
-              list.GetPortNumber(config::kFormResolved).c_str());
-  list.Output(kBat, "SET INFORMIXDIR=%s\n", record.getHomeDir().c_str());
-  list.Output(kBat, "SET INFORMIXSERVER=%s\n", server.c_str());
+              BatText(list.GetPortNumber(config::kFormResolved)).c_str());
+  WriteBatSetting(list, "INFORMIXDIR", record.getHomeDir());
+  WriteBatSetting(list, "INFORMIXSERVER", server);
   list.Output(kBat, "SET ONCONFIG=onconfig\n");
-  list.Output(kBat, "SET INFORMIXSQLHOSTS=\\\\%s\n", list.GetHostName().c_str());
-  list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+  WriteBatSetting(list, "INFORMIXSQLHOSTS", "\\\\" + list.GetHostName());
+  WriteBatSetting(list, "COLL_ERRORLOG", record.getErrorLog());
   WriteBatLogonSettings(list, record);
-  list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
+  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::kFormResolved));
   WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
-  list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
-  list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
+  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::kFormResolved));
   list.Output(kBat, "SET COLL_VERSION=VIX\n");
   // The Informix agent is of release 301, not 610.
   WriteStartLines(list, "VIXCOLL", "VIX", "301", server);

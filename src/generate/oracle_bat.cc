@@ -3,6 +3,7 @@
 
 #include "generate/agent_files.h"
 #include "generate/bat_blocks.h"
+#include "generate/bat_text.h"
 #include "generate/channel_file.h"
 #include "generate/version_rules.h"
 #include "support/config_log.h"
@@ -20,28 +21,28 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   const std::string tag = OracleVersionTag(record.getVersion());
   WriteEditableHeading(list, "VOR");
   list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
-              list.GetPortNumber(config::kFormResolved).c_str());
-  list.Output(kBat, "SET MTIRA_HIST_DIR=%s\n", history.c_str());
-  list.Output(kBat, "SET ORACLE_HOME=%s\n", home.c_str());
-  list.Output(kBat, "SET ORACLE_SID=%s\n", server.c_str());
+              BatText(list.GetPortNumber(config::kFormResolved)).c_str());
+  WriteBatSetting(list, "MTIRA_HIST_DIR", history);
+  WriteBatSetting(list, "ORACLE_HOME", home);
+  WriteBatSetting(list, "ORACLE_SID", server);
   if (const std::string tns_admin = record.getTnsAdmin(); !tns_admin.empty()) {
-    list.Output(kBat, "SET TNS_ADMIN=%s\n", tns_admin.c_str());
+    WriteBatSetting(list, "TNS_ADMIN", tns_admin);
   } else {
-    list.Output(kBat, "SET TNS_ADMIN=%s\\network\\admin\n", home.c_str());
+    WriteBatSetting(list, "TNS_ADMIN", home + "\\network\\admin");
   }
-  list.Output(kBat, "SET COLL_DBHOME=%s\n", home.c_str());
-  list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+  WriteBatSetting(list, "COLL_DBHOME", home);
+  WriteBatSetting(list, "COLL_ERRORLOG", record.getErrorLog());
   WriteBatLogonSettings(list, record);
-  list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
+  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::kFormResolved));
   WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
-  list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
-  list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
-  list.Output(kBat, "SET COLL_DBVERSION=%s\n", record.getVersion().c_str());
-  list.Output(kBat, "SET COLL_VERSION=%s\n", tag.c_str());
-  list.Output(kBat, "SET COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
+  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_DBVERSION", record.getVersion());
+  WriteBatSetting(list, "COLL_VERSION", tag);
+  WriteBatSetting(list, "COLL_DISABLE_CURSORS", record.getExtendedParams());
   list.Output(kBat, "SET MTIRA_PRODUCT=AFF_ALL_ORACLE\n");
-  list.Output(kBat, "SET PATH=%s\\bin;%%PATH%%\n", home.c_str());
+  list.Output(kBat, "SET PATH=%s\\bin;%%PATH%%\n", BatText(home).c_str());
   WriteStartLines(list, tag + "COL", "VOR", "610", server);
 }
 

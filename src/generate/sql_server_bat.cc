@@ -5,6 +5,7 @@
 
 #include "generate/agent_files.h"
 #include "generate/bat_blocks.h"
+#include "generate/bat_text.h"
 #include "generate/channel_file.h"
 #include "generate/sql_server_settings.h"
 #include "support/config_log.h"
@@ -19,23 +20,23 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
                const std::string& history) {
   const std::string server = record.getServerName();
   WriteEditableHeading(list, "VSQ");
-  list.Output(kBat, "SET MTIRA_HIST_DIR=%s\n", history.c_str());
-  list.Output(kBat, "SET MSSQL_HOME=%s\n", record.getHomeDir().c_str());
-  list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+  WriteBatSetting(list, "MTIRA_HIST_DIR", history);
+  WriteBatSetting(list, "MSSQL_HOME", record.getHomeDir());
+  WriteBatSetting(list, "COLL_ERRORLOG", record.getErrorLog());
   WriteBatLogonSettings(list, record);
-  list.Output(kBat, "SET COLL_CLUSTERSERVER=%s\n", record.getClusterServer().c_str());
-  list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
+  WriteBatSetting(list, "COLL_CLUSTERSERVER", record.getClusterServer());
+  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::kFormResolved));
   WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
-  list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
-  list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
+  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::kFormResolved));
   list.Output(kBat, "SET COLL_VERSION=VSQ\n");
-  list.Output(kBat, "SET COLL_DBVERSION=%s\n", record.getVersion().c_str());
-  list.Output(kBat, "SET COLL_DBHOME=%s\n", record.getHomeDir().c_str());
-  list.Output(kBat, "SET COLL_PORT=%s\n", record.getPort().c_str());
-  list.Output(kBat, "SET COLL_LONG_LIVE_CONNECT=%s\n", record.getLongLiveConnect().c_str());
-  list.Output(kBat, "SET COLL_WINAUTHENTICATION=%s\n", record.getWinAuthentication().c_str());
-  list.Output(kBat, "SET COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
+  WriteBatSetting(list, "COLL_DBVERSION", record.getVersion());
+  WriteBatSetting(list, "COLL_DBHOME", record.getHomeDir());
+  WriteBatSetting(list, "COLL_PORT", record.getPort());
+  WriteBatSetting(list, "COLL_LONG_LIVE_CONNECT", record.getLongLiveConnect());
+  WriteBatSetting(list, "COLL_WINAUTHENTICATION", record.getWinAuthentication());
+  WriteBatSetting(list, "COLL_DISABLE_CURSORS", record.getExtendedParams());
   WriteSqlServerTuning(list, kBatSyntax, record);
   WriteStartLines(list, "VSQCOLL", "VSQ", "610", server);
 }

@@ -2,13 +2,27 @@
 
 #include <string>
 
+#include "generate/bat_text.h"
+
 namespace generate {
 
 namespace {
 
+// A value from the record as the file must hold it.
+std::string Text(const SettingSyntax& syntax, const std::string& value) {
+  return syntax.batch ? BatText(value) : value;
+}
+
+// `text` is written as it is: it may hold the file's own reference to the
+// computer's name, which must not be escaped.
+void PutText(config::DbConfigList& list, const SettingSyntax& syntax, const char* key,
+             const std::string& text) {
+  list.Output(syntax.channel, "%s%s=%s\n", syntax.prefix, key, text.c_str());
+}
+
 void Put(config::DbConfigList& list, const SettingSyntax& syntax, const char* key,
          const std::string& value) {
-  list.Output(syntax.channel, "%s%s=%s\n", syntax.prefix, key, value.c_str());
+  PutText(list, syntax, key, Text(syntax, value));
 }
 
 void Put(config::DbConfigList& list, const SettingSyntax& syntax, const char* key, int value) {
@@ -20,10 +34,11 @@ void Put(config::DbConfigList& list, const SettingSyntax& syntax, const char* ke
 void WriteSqlServerTuning(config::DbConfigList& list, const SettingSyntax& syntax,
                           const config::DbConfig& record) {
   const bool named = list.IsNamedInstance(record.getHomeDir()) != 0;
-  std::string service_point = std::string(syntax.computer_name) + "_SQ";
-  if (named) service_point += "_" + record.getServerName();
-  Put(list, syntax, "KDH_SERVICEPOINT", service_point);
-  Put(list, syntax, "IRA_SERVICE_INTERFACE_NAME", service_point);
+  const std::string service_point =
+      std::string(syntax.computer_name) +
+      Text(syntax, named ? "_SQ_" + record.getServerName() : std::string("_SQ"));
+  PutText(list, syntax, "KDH_SERVICEPOINT", service_point);
+  PutText(list, syntax, "IRA_SERVICE_INTERFACE_NAME", service_point);
   Put(list, syntax, "VSQ_NAMED_INSTANCE", named ? "1" : "0");
   Put(list, syntax, "COLL_INCLUDE_DBNAMES", record.getIncludeDbNames());
   Put(list, syntax, "COLL_TBLD_DAILY_FREQUENCY", record.getTbldDailyFrequency());

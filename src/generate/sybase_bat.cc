@@ -3,6 +3,7 @@
 
 #include "generate/agent_files.h"
 #include "generate/bat_blocks.h"
+#include "generate/bat_text.h"
 #include "generate/channel_file.h"
 #include "generate/version_rules.h"
 #include "support/config_log.h"
@@ -17,7 +18,7 @@ void WriteOpenClient(config::DbConfigList& list, const config::DbConfig& record)
   const std::string version = record.getVersion();
   const int major = SybaseMajorVersion(version);
   if (major < 12) {
-    list.Output(kBat, "SET SYBASE_OCS=%s\n", record.getHomeDir().c_str());
+    WriteBatSetting(list, "SYBASE_OCS", record.getHomeDir());
     return;
   }
   // From version 12 on the line goes to the .ini channel, whose file is
@@ -32,20 +33,20 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   const std::string server = record.getServerName();
   WriteEditableHeading(list, "VSY");
   list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
-              list.GetPortNumber(config::kFormResolved).c_str());
-  list.Output(kBat, "SET MTIRA_HIST_DIR=%s\n", history.c_str());
+              BatText(list.GetPortNumber(config::kFormResolved)).c_str());
+  WriteBatSetting(list, "MTIRA_HIST_DIR", history);
   WriteBatLogonSettings(list, record);
-  list.Output(kBat, "SET COLL_BINPATH=%s\n", list.GetBinDir(config::kFormResolved).c_str());
+  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::kFormResolved));
   WriteFixedHeading(list);
-  list.Output(kBat, "SET COLL_ERRORLOG=%s\n", record.getErrorLog().c_str());
+  WriteBatSetting(list, "COLL_ERRORLOG", record.getErrorLog());
   WriteFixedCollectorSettings(list);
-  list.Output(kBat, "SET COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormResolved).c_str());
+  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::kFormResolved));
   list.Output(kBat, "SET COLL_VERSION=VSY\n");
-  list.Output(kBat, "SET COLL_DBVERSION=%s\n", record.getVersion().c_str());
-  list.Output(kBat, "SET COLL_DBHOME=%s\n", record.getHomeDir().c_str());
+  WriteBatSetting(list, "COLL_DBVERSION", record.getVersion());
+  WriteBatSetting(list, "COLL_DBHOME", record.getHomeDir());
   list.Output(kBat, "SET COLL_HOLD_SYSMON=0\n");
   WriteOpenClient(list, record);
-  list.Output(kBat, "SET COLL_HOME=%s\n", list.GetLogDir(config::kFormResolved).c_str());
+  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::kFormResolved));
   list.Output(kBat, "SET MTIRA_PRODUCT=AFF_ALL_SYBASE\n");
   WriteStartLines(list, SybaseOlderCollector(record.getVersion()) ? "VSY12COL" : "VSY15COL", "VSY",
                   "610", server);

@@ -78,24 +78,63 @@ TEST_F(GoldenFiles, InformixFilesOfTheWholeList) {
   EXPECT_TRUE(Exists("Informix_IFX2.bat"));
 }
 
-TEST_F(GoldenFiles, PercentSignsAreWrittenAsTheyAre) {
+TEST_F(GoldenFiles, IniKeepsValuesAsGivenBatEscapesThem) {
   Write("vsqmma.ini", kManagementAgentText);
   Write("vsymma.ini", kManagementAgentText);
-  config::DbConfig record = SqlServerRecord("a%n%s", "C:\\100%\\%PATH%");
+  config::DbConfig record = SqlServerRecord("a%n&s", "C:\\100%\\(x86)\\%PATH%");
   record.setLoginName("x%d%%");
+  record.setPassword("p\"&|\"&");
   ASSERT_EQ(Generate_IniBatFiles(list_, 3, record, 7), 0);
-  const std::string ini = Read("VSQMMA_a%n%s.ini");
-  EXPECT_NE(ini.find("MarTask=a%n%s\n"), std::string::npos);
-  EXPECT_NE(ini.find("COLL_LOGON=x%d%%\n"), std::string::npos);
-  EXPECT_NE(ini.find("MSSQL_HOME=C:\\100%\\%PATH%\n"), std::string::npos);
-  EXPECT_NE(ini.find("KDH_SERVICEPOINT=@COMPUTERNAME@_SQ_a%n%s\n"), std::string::npos);
-  const std::string bat = Read("MSMSQL_a%n%s.bat");
-  EXPECT_NE(bat.find("SET INST=a%n%s\n"), std::string::npos);
-  EXPECT_NE(bat.find("-hkey \"VSQ\\610\\a%n%s\"\n"), std::string::npos);
+  const std::string ini = Read("VSQMMA_a%n&s.ini");
+  for (const char* line :
+       {"MarTask=a%n&s\n", "COLL_LOGON=x%d%%\n", "COLL_PASSWORD=p\"&|\"&\n",
+        "MSSQL_HOME=C:\\100%\\(x86)\\%PATH%\n", "KDH_SERVICEPOINT=@COMPUTERNAME@_SQ_a%n&s\n"}) {
+    EXPECT_NE(ini.find(line), std::string::npos) << line << ini;
+  }
+  const std::string bat = Read("MSMSQL_a%n&s.bat");
+  for (const char* line :
+       {"SET INST=a%%n^&s\n", "SET COLL_LOGON=x%%d%%%%\n", "SET COLL_PASSWORD=p\"&|\"^&\n",
+        "SET MSSQL_HOME=C:\\100%%\\^(x86^)\\%%PATH%%\n",
+        "SET KDH_SERVICEPOINT=%COMPUTERNAME%_SQ_a%%n^&s\n", "SET COLL_SERVERID=%INST%\n",
+        "SET COLL_HOSTNAME=%COMPUTERNAME%\n", "-hkey \"VSQ\\610\\a%%n&s\"\n"}) {
+    EXPECT_NE(bat.find(line), std::string::npos) << line << bat;
+  }
 
   list_.Add(std::make_unique<config::DbConfig>(record), 3);
   ASSERT_EQ(Generate_IniIncFile(list_, 3), 0);
-  EXPECT_EQ(Read("vsqinc.ini"), "\n[Include]\nAdd={ETC}\\VSQMMA_a%n%s.ini\n");
+  EXPECT_EQ(Read("vsqinc.ini"), "\n[Include]\nAdd={ETC}\\VSQMMA_a%n&s.ini\n");
+}
+
+// The other kinds' writers escape their own lines too: a home holding what
+// cmd would read as syntax, and their one line that joins it to fixed text.
+TEST_F(GoldenFiles, EveryKindEscapesTheHome) {
+  const std::string home = "C:\\a (x86)&%b";
+  for (const char* name : {"vormma.ini", "vsymma.ini", "vixmma.ini"}) {
+    Write(name, kManagementAgentText);
+  }
+  config::DbConfig oracle = OracleRecord("O1", "9.2.0", "");
+  oracle.setHomeDir(home);
+  ASSERT_EQ(Generate_IniBatFiles(list_, 1, oracle, 1), 0);
+  config::DbConfig sybase = SybaseRecord("S1", "11.9.2");
+  sybase.setHomeDir(home);
+  ASSERT_EQ(Generate_IniBatFiles(list_, 2, sybase, 2), 0);
+  config::DbConfig informix = InformixRecord("I1", 4);
+  informix.setHomeDir(home);
+  list_.Add(std::make_unique<config::DbConfig>(informix), 4);
+  EXPECT_EQ(write_informix_bat_files(list_, 1), 1);
+
+  struct Case {
+    const char* file;
+    const char* line;
+  };
+  for (const Case& c : {Case{"Oracle_O1.bat", "SET PATH=C:\\a ^(x86^)^&%%b\\bin;%PATH%\n"},
+                        Case{"Oracle_O1.bat", "SET TNS_ADMIN=C:\\a ^(x86^)^&%%b\\network\\admin\n"},
+                        Case{"Sybase_S1.bat", "SET SYBASE_OCS=C:\\a ^(x86^)^&%%b\n"},
+                        Case{"Informix_I1.bat", "SET INFORMIXDIR=C:\\a ^(x86^)^&%%b\n"}}) {
+    const std::string bat = Read(c.file);
+    EXPECT_NE(bat.find(c.line), std::string::npos) << c.line << bat;
+    EXPECT_EQ(bat.find("(x86)"), std::string::npos) << c.file;
+  }
 }
 
 }  // namespace
