@@ -190,7 +190,9 @@ void DbConfigList::DumpConfig(const DbConfig& record, int kind) {
   Output(1, "\tDatabase Server name: '%s'\n", record.getServerName().c_str());
   Output(1, "\tDatabase Server Version: '%s'\n", record.getVersion().c_str());
   Output(1, "\tDatabase Login name: '%s'\n", record.getLoginName().c_str());
-  Output(1, "\tPassword '%s'\n", record.getPassword().c_str());
+  // The log outlives the run and is read by others than the database's
+  // administrators: the password never stands in it.
+  Output(1, "\tPassword '%s'\n", support::MaskedSecret(record.getPassword()));
   Output(1, "\tDatabase Errorlog: '%s'\n", record.getErrorLog().c_str());
   Output(1, "\tDatabase Home directory: '%s'\n", record.getHomeDir().c_str());
   if (kind == 2) Output(1, "\tSybase OCS directory: '%s'\n", record.getOcsDir().c_str());

@@ -53,7 +53,7 @@ class DbConfigList {
   void PrintConfigs(int kind);
 
   // --- The configuration log and the output channels ---
-  int OpenLog(const std::string& path) { return log_.OpenLog(path); }
+  int OpenLog(const std::string& path, int* error = nullptr) { return log_.OpenLog(path, error); }
   void CloseLog() { log_.CloseLog(); }
   void SetConsole(int console) { log_.SetConsole(console); }
   void LogTimestamped(const char* text) { log_.LogTimestamped(text); }

@@ -188,8 +188,10 @@ int DbConfigList::ScanPreConfig(int kind) {
                  static_cast<int>(i));
           break;
         }
+        const bool secret = str_icmp(value.name.c_str(), "COLL_PASSWORD") == 0;
         Output(1, "ScanPreConfig: acquired registry key value #%d (%s) = '%s'\n",
-               static_cast<int>(i), value.name.c_str(), value.data.c_str());
+               static_cast<int>(i), value.name.c_str(),
+               secret ? support::MaskedSecret(value.data) : value.data.c_str());
         if (!Take(value, &text, &numbers)) {
           Output(1, "ScanPreConfig: ignoring registry key value #%d: '%s'\n", static_cast<int>(i),
                  value.name.c_str());

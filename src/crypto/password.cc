@@ -71,14 +71,12 @@ bool Decipher(const char* routine, const std::string& text, std::string* clear) 
   return true;
 }
 
-// True when a decoder gave clear text; reports a legacy text it could not read
-// (without its length, which would tell something of a clear text).
-bool Readable(const char* routine, legacy::Decoded decoded) {
-  if (decoded == legacy::Decoded::kUnreadable) {
-    msg_write(routine, kSource, kMessageLine, "e", nullptr,
-              "Password is hexadecimal but no legacy text readable with its key texts\n");
-  }
-  return decoded == legacy::Decoded::kClearText;
+// True when a decoder left clear text in *clear. Hexadecimal digits that are no
+// legacy text under the key texts (a clear password such as "123456") are
+// clear text after all: they decode to themselves. False only for "NONE".
+bool ClearTextOf(legacy::Decoded decoded, std::string_view text, std::string* clear) {
+  if (decoded == legacy::Decoded::kUnreadable) clear->assign(text);
+  return decoded != legacy::Decoded::kNoPassword;
 }
 
 // Copies a result into the buffer of Decrypt0100.
@@ -139,7 +137,7 @@ bool convertToVDBPassword(std::string* password, const char* key1, const char* k
           ? legacy::DecodeFirstGeneration(*password, &clear.text)
           : legacy::DecodeSecondGeneration(*password, KeyText(key1, kDefaultKey1),
                                            KeyText(key2, kDefaultKey2), &clear.text);
-  if (!Readable(kRoutine, decoded)) return false;
+  if (!ClearTextOf(decoded, *password, &clear.text)) return false;
   return Encipher(kRoutine, clear.text, password);
 }
 
@@ -164,7 +162,7 @@ bool convertFromVDBPassword(std::string* password, const char* key1, const char*
   } else {
     clear.text = stored.text;
   }
-  if (!Readable(kRoutine, decoded)) return false;
+  if (!ClearTextOf(decoded, stored.text, &clear.text)) return false;
   std::string encoded;
   if (legacy::EncodeSecondGeneration(clear.text, k1, k2, &encoded) == legacy::Encoded::kTooLong) {
     msg_write(kRoutine, kSource, kMessageLine, "e", nullptr,
@@ -181,5 +179,5 @@ bool decodeVDBPassword(const std::string& password, std::string* clear) {
       password.size() == legacy::kFirstGenerationDigits
           ? legacy::DecodeFirstGeneration(password, clear)
           : legacy::DecodeSecondGeneration(password, kDefaultKey1, kDefaultKey2, clear);
-  return Readable("decodeVDBPassword", decoded);
+  return ClearTextOf(decoded, password, clear);
 }

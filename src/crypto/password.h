@@ -22,26 +22,27 @@
 // Brings `*password` into the key-file form: a text of 64 characters is read as
 // a first-generation legacy text, any other as a second-generation one under
 // the key texts `key1` and `key2` (null: the module's defaults); clear text
-// passes through both (see legacy_cipher.h). So a clear text made only of
-// "0123456789ABCDEF" is taken for a legacy text; when it does not read as one,
-// the conversion fails. A text already in the key-file form is not hexadecimal
-// and would be enciphered again: callers check for the marker first.
-// False, with the password unchanged, for an empty password, "NONE", an
-// unreadable legacy text or a failure of the cipher.
+// passes through both (see legacy_cipher.h), and so do hexadecimal digits that
+// are no legacy text under those key texts (a clear password "123456"). A text
+// already in the key-file form is not hexadecimal and would be enciphered
+// again: callers check for the marker first. False, with the password
+// unchanged, for an empty password, "NONE" or a failure of the cipher.
 [[nodiscard]] bool convertToVDBPassword(std::string* password, const char* key1, const char* key2);
 
 // Brings `*password` into the second-generation legacy form under `key1` and
 // `key2` (null: the module's defaults): a key-file text is deciphered first;
 // then a text of 64 characters is read as a first-generation text, one of 88 as
 // a second-generation text under the same key texts, and one of any other
-// length is clear text as it stands. A clear text with a leading marker out of
-// "*#!-=" becomes the empty text. False, with the password unchanged, for an
-// empty password, a failure of the cipher, an unreadable legacy text, and a
-// clear text longer than the 88-digit form holds (35 bytes).
+// length is clear text as it stands, as are hexadecimal digits that are no
+// legacy text. A clear text with a leading marker out of "*#!-=" becomes the
+// empty text. False, with the password unchanged, for an empty password,
+// "NONE", a failure of the cipher and a clear text longer than the 88-digit
+// form holds (35 bytes).
 [[nodiscard]] bool convertFromVDBPassword(std::string* password, const char* key1,
                                           const char* key2);
 
 // The clear text of a legacy or clear password under the module's default key
 // texts, chosen by length (64 characters: first generation; any other: second).
-// False for "NONE" (no password) and an unreadable legacy text.
+// False for "NONE" (no password); hexadecimal digits that are no legacy text
+// are clear text.
 [[nodiscard]] bool decodeVDBPassword(const std::string& password, std::string* clear);

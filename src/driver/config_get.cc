@@ -8,14 +8,13 @@
 #include "driver/server_lists.h"
 #include "framework/agent_config.h"
 #include "framework/config_writer.h"
+#include "framework/key_file_cipher.h"
 #include "framework/trace.h"
 #include "support/server_kind.h"
 
 namespace driver {
 
 namespace {
-
-constexpr const char* kKeyFileMarker = "{AES256:keyfile:a}";
 
 const char* Flag(const std::string& stored) { return stored == "true" ? "1" : "0"; }
 
@@ -84,12 +83,26 @@ int doConfigGet(const char* msn) {
     return 2;
   }
 
-  // The stream always carries the key-file form of the password.
+  // The stream always carries the key-file form of the password, never a
+  // clear one: a key file that cannot be used ends the get without a stream.
   std::string password = record->getPassword();
-  if (password.find(kKeyFileMarker) == std::string::npos &&
-      !convertToVDBPassword(&password, record->getLoginName().c_str(), instance.c_str())) {
-    RAS1_Printf(RAS1_DETAIL, "doConfigGet", "The stored password of '%s' is written as stored",
-                instance.c_str());
+  if (!password.empty() && password != "NONE") {
+    int status = CRY_OK;
+    if (password.find(CRY_MARKER) != std::string::npos) {
+      // Already protected: a missing key file takes nothing from it, a broken
+      // one or one that others may read is reported all the same.
+      status = CRY_CheckKeyFile();
+      if (status == CRY_E_NO_KEY_FILE) status = CRY_OK;
+    } else if (!convertToVDBPassword(&password, record->getLoginName().c_str(), instance.c_str())) {
+      status = CRY_CheckKeyFile();
+      if (status == CRY_OK) status = CRY_E_BACKEND;
+    }
+    if (status != CRY_OK) {
+      std::string key_file = "(none)";
+      (void)CRY_KeyFilePath(&key_file);
+      REPORT_ERROR("Unable to use the key file %s: %s", key_file.c_str(), CRY_StatusText(status));
+      return 6;
+    }
   }
 
   VFW::AgentConfig settings;

@@ -1,5 +1,6 @@
 #include "driver/server_lists.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "discovery/other_discovery.h"
@@ -52,8 +53,12 @@ std::unique_ptr<DbConfigList> getDbConfigList(const std::string& instanceName) {
   }
   auto list = std::make_unique<DbConfigList>();
   const std::string log = directory + "\\logs\\dbcfg_" + instanceName + ".log";
-  if (list->OpenLog(log) == 1) {
+  int error = 0;
+  if (list->OpenLog(log, &error) == 1) {
     RAS1_Printf(RAS1_DETAIL, "getDbConfigList", "'%s' trace log opened successfully", log.c_str());
+  } else if (error == ELOOP) {
+    // Never written through a link planted in its place; the run goes on.
+    REPORT_ERROR("The log %s is a symbolic link; the run goes on without it", log.c_str());
   }
   list->SetConsole(0);
   list->Output(1, "\n\nStart Config -------------------------------------\n");

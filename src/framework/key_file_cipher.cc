@@ -174,6 +174,16 @@ bool ParseKey(std::string_view contents, Key* key) {
 }
 
 int ReadKey(const std::string& path, Key* key) {
+  switch (platform::CheckPrivateFile(path)) {
+    case 0:
+      break;
+    case ENOENT:
+      return CRY_E_NO_KEY_FILE;
+    case EPERM:
+      return CRY_E_KEY_FILE_ACCESS;
+    default:
+      return CRY_E_KEY_FILE_READ;
+  }
   std::string contents;
   const int error = platform::ReadFileContents(path, &contents);
   if (error == ENOENT) return CRY_E_NO_KEY_FILE;
@@ -312,4 +322,50 @@ void CRY_Free(char* result) {
   std::memcpy(&size, block, sizeof size);
   Wipe(block, kHeaderSize + size);
   std::free(block);
+}
+
+int CRY_KeyFilePath(std::string* path) {
+  KeyLocation where;
+  const int status = Locate(nullptr, &where);
+  if (status == CRY_OK) *path = where.path;
+  return status;
+}
+
+int CRY_CheckKeyFile() {
+  KeyLocation where;
+  const int status = Locate(nullptr, &where);
+  if (status != CRY_OK) return status;
+  Key key;
+  return ReadKey(where.path, &key);
+}
+
+const char* CRY_StatusText(int status) {
+  switch (status) {
+    case CRY_OK:
+      return "no error";
+    case CRY_E_ARGUMENT:
+      return "invalid argument";
+    case CRY_E_NO_KEY_PATH:
+      return "no key file is named and there is no product home";
+    case CRY_E_NO_KEY_FILE:
+      return "it does not exist";
+    case CRY_E_KEY_FILE_READ:
+      return "it cannot be read";
+    case CRY_E_KEY_FILE_WRITE:
+      return "it cannot be created";
+    case CRY_E_BAD_KEY_FILE:
+      return "it does not hold a key of 64 hexadecimal digits";
+    case CRY_E_BAD_TEXT:
+      return "not an enciphered text";
+    case CRY_E_TAG:
+      return "the text was altered or made with another key";
+    case CRY_E_BACKEND:
+      return "the cipher failed";
+    case CRY_E_MEMORY:
+      return "out of memory";
+    case CRY_E_KEY_FILE_ACCESS:
+      return "other users may read or write it";
+    default:
+      return "unknown error";
+  }
 }

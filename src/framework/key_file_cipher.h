@@ -5,13 +5,16 @@
 // newline, at the path named by MARLOX_KEYFILE or else at
 // <home>keyfiles\<key name>.key (<home> as VFW::Util::getMarloxHomeDir gives
 // it). Enciphering creates it when it is missing, readable by its owner only;
-// deciphering never creates it. It is read once per process and path.
+// deciphering never creates it. It is read once per process and path. A key
+// file that other users may read or write is refused, as a private key is.
 //
 // Enciphered text: "{AES256:keyfile:a}" followed by the standard base64, with
 // padding, of nonce (12 bytes) + ciphertext + tag (16 bytes); every call draws
 // a fresh nonce. The text does not name its key: deciphering uses MARLOX_KEYFILE
 // or the key named "default".
 #pragma once
+
+#include <string>
 
 // Statuses of CRY_Encrypt and CRY_Decrypt.
 inline constexpr int CRY_OK = 0;
@@ -25,6 +28,7 @@ inline constexpr int CRY_E_BAD_TEXT = 7;        // not an enciphered text
 inline constexpr int CRY_E_TAG = 8;             // altered text, or made with another key
 inline constexpr int CRY_E_BACKEND = 9;         // the cipher or the random source failed
 inline constexpr int CRY_E_MEMORY = 10;
+inline constexpr int CRY_E_KEY_FILE_ACCESS = 11;  // others may read or write the key file
 
 // The marker that begins every enciphered text, and its length.
 inline constexpr char CRY_MARKER[] = "{AES256:keyfile:a}";
@@ -46,3 +50,16 @@ inline constexpr int CRY_MARKER_LENGTH = 18;
 
 // Wipes and releases a result of CRY_Encrypt or CRY_Decrypt; null is ignored.
 void CRY_Free(char* result);
+
+// The key file that deciphering uses (MARLOX_KEYFILE, or that of the key
+// "default"): CRY_OK with its path in `path`, or CRY_E_NO_KEY_PATH.
+[[nodiscard]] int CRY_KeyFilePath(std::string* path);
+
+// Whether the key file that deciphering uses holds a key that may be used:
+// CRY_OK, or why not (it is missing, others may read or write it, it cannot be
+// read, it holds no key). Never creates it.
+[[nodiscard]] int CRY_CheckKeyFile();
+
+// A status of this interface in words, for reports ("others may read or write
+// it").
+[[nodiscard]] const char* CRY_StatusText(int status);

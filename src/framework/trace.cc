@@ -1,5 +1,6 @@
 #include "framework/trace.h"
 
+#include <cerrno>
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include "framework/product_dirs.h"
 #include "framework/text_format.h"
 #include "platform/files.h"
+#include "platform/private_file.h"
 
 namespace {
 
@@ -70,7 +72,13 @@ void RAS1_Initialize() {
   state.levels = LevelsFromEnvironment();
   if (state.levels == 0) return;
   const std::string path = TraceFilePath();
-  if (!path.empty()) state.file = platform::OpenFile(path, "a");
+  if (path.empty()) return;
+  // Created readable by its owner alone, and never written through a link
+  // planted in its place: then the run goes on untraced, and says so.
+  if (platform::OpenPrivateLog(path, &state.file) == ELOOP) {
+    std::fprintf(stderr, "The trace file %s is a symbolic link; the run is not traced\n",
+                 path.c_str());
+  }
 }
 
 void RAS1_Shutdown() { State().file.reset(); }

@@ -38,7 +38,10 @@ int FileLock::Acquire(const std::string& path, unsigned timeout_ms,
                       std::unique_ptr<FileLock>* lock) {
   const std::string native = NativePath(path);
   if (const int status = internal::Calls().lock(native); status != 0) return status;
-  const int fd = open(native.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+  // Created readable by its owner alone. flock takes a descriptor open for
+  // reading as well, so a lock file that others made stays usable.
+  int fd = open(native.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  if (fd < 0 && errno == EACCES) fd = open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
   if (fd < 0) return errno;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
   for (;;) {

@@ -123,6 +123,7 @@ int AtomicFile::Open(const std::string& target, bool text) {
 int AtomicFile::Commit() {
   if (!stream_) return EBADF;
   int status = g_calls.flush(stream_.get());
+  if (status == 0) status = internal::SystemFinish(stream_.get(), NativePath(target_));
   if (status == 0) status = g_calls.sync(stream_.get());
   // Closing may still report a failed write; the file then must not replace
   // the target.

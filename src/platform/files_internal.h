@@ -23,12 +23,15 @@ namespace platform::internal {
 // SystemOpen: fopen whose stream is not inherited by child processes.
 // SystemCreate: creates `native_path`, which must not exist yet, and opens it
 // for writing, as text (the platform's line ends) or binary; where files carry
-// permissions, the new file gets those of `native_target` when that exists, so
-// that replacing a private file does not expose its new contents (EEXIST when
-// the name is taken).
+// permissions, readable by its owner alone, since a temporary file that a
+// crash leaves behind may hold a password (EEXIST when the name is taken).
+// SystemFinish: gives the complete temporary file the permissions it is to
+// have as `native_target`: those of the target when it exists, so that
+// replacing a private file does not expose it, else the usual ones.
 [[nodiscard]] int SystemOpen(const std::string& native_path, const char* mode, std::FILE** file);
 [[nodiscard]] int SystemCreate(const std::string& native_path, const std::string& native_target,
                                bool text, std::FILE** file);
+[[nodiscard]] int SystemFinish(std::FILE* file, const std::string& native_target);
 [[nodiscard]] int SystemSync(std::FILE* file);
 [[nodiscard]] int SystemRename(const std::string& native_from, const std::string& native_to);
 [[nodiscard]] int SystemRemove(const std::string& native_path);

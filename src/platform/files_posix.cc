@@ -48,14 +48,10 @@ int SystemOpen(const std::string& native_path, const char* mode, std::FILE** fil
   return *file != nullptr ? 0 : (errno != 0 ? errno : EIO);
 }
 
-int SystemCreate(const std::string& native_path, const std::string& native_target,
+int SystemCreate(const std::string& native_path, const std::string& /*native_target*/,
                  bool /*text: the same here*/, std::FILE** file) {
-  const int fd = open(native_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  const int fd = open(native_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   if (fd < 0) return errno;
-  struct stat target;
-  if (stat(native_target.c_str(), &target) == 0 && S_ISREG(target.st_mode)) {
-    (void)fchmod(fd, target.st_mode & 07777);
-  }
   std::FILE* stream = fdopen(fd, "wb");
   if (stream == nullptr) {
     const int error = errno;
@@ -65,6 +61,20 @@ int SystemCreate(const std::string& native_path, const std::string& native_targe
   }
   *file = stream;
   return 0;
+}
+
+int SystemFinish(std::FILE* file, const std::string& native_target) {
+  // The creation mask, read once: setting it is the only way to learn it.
+  static const mode_t kMask = [] {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return mask;
+  }();
+  struct stat target;
+  const mode_t mode = stat(native_target.c_str(), &target) == 0 && S_ISREG(target.st_mode)
+                          ? target.st_mode & 07777
+                          : 0666 & ~kMask;
+  return fchmod(fileno(file), mode) == 0 ? 0 : errno;
 }
 
 int SystemRemove(const std::string& native_path) {

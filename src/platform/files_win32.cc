@@ -61,6 +61,9 @@ int SystemCreate(const std::string& native_path, const std::string&, bool text, 
   return 0;
 }
 
+// The file takes the directory's access list, as the file it replaces did.
+int SystemFinish(std::FILE*, const std::string&) { return 0; }
+
 int SystemRemove(const std::string& native_path) {
   return DeleteFileA(native_path.c_str()) ? 0 : LastErrno();
 }

@@ -3,10 +3,12 @@
 // while it is still empty; it is published with link(), which fails when the
 // target exists, where rename() would replace it.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <string>
 
 #include "platform/files.h"
@@ -90,6 +92,29 @@ int CreatePrivateFile(const std::string& path, std::string_view contents) {
     return status;
   }
   return EAGAIN;  // only stale temporaries, not the target, took the names
+}
+
+int CheckPrivateFile(const std::string& path) {
+  struct stat info;
+  if (stat(NativePath(path).c_str(), &info) != 0) return errno;
+  if (!S_ISREG(info.st_mode)) return EISDIR;
+  if ((info.st_mode & 077) != 0) return EPERM;
+  if (info.st_uid != geteuid() && info.st_uid != 0) return EPERM;
+  return 0;
+}
+
+int OpenPrivateLog(const std::string& path, File* file) {
+  const int fd =
+      open(NativePath(path).c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (fd < 0) return errno;
+  std::FILE* stream = fdopen(fd, "a");
+  if (stream == nullptr) {
+    const int error = errno;
+    close(fd);
+    return error;
+  }
+  file->reset(stream);
+  return 0;
 }
 
 }  // namespace platform

@@ -3,15 +3,22 @@
 // directory), and published with MoveFileEx without MOVEFILE_REPLACE_EXISTING,
 // which fails when the target exists.
 #include <windows.h>
+// <aclapi.h> needs the types of <windows.h>.
+#include <aclapi.h>
+#include <fcntl.h>
+#include <io.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "platform/private_file.h"
 #include "platform/system.h"
 #include "platform/win32_errno.h"
+#include "platform/win32_owner_only.h"
 
 namespace platform {
 namespace {
@@ -37,51 +44,6 @@ class Handle {
   HANDLE handle_;
 };
 
-// A security descriptor whose access list grants the current user every right
-// and nobody else anything. It points into itself, so it stays where it is.
-class OwnerOnly {
- public:
-  OwnerOnly() = default;
-  OwnerOnly(const OwnerOnly&) = delete;
-  OwnerOnly& operator=(const OwnerOnly&) = delete;
-
-  // 0 or an errno value.
-  [[nodiscard]] int Build() {
-    HANDLE raw_token = nullptr;
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &raw_token)) {
-      return internal::LastErrno();
-    }
-    const Handle token(raw_token);
-    DWORD size = 0;
-    (void)GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
-    user_.resize(size);
-    if (size == 0 || !GetTokenInformation(token.get(), TokenUser, user_.data(), size, &size)) {
-      return internal::LastErrno();
-    }
-    PSID sid = reinterpret_cast<TOKEN_USER*>(user_.data())->User.Sid;
-    acl_.resize(sizeof(ACL) + sizeof(ACCESS_ALLOWED_ACE) + GetLengthSid(sid));
-    auto* acl = reinterpret_cast<ACL*>(acl_.data());
-    if (!InitializeAcl(acl, static_cast<DWORD>(acl_.size()), ACL_REVISION) ||
-        !AddAccessAllowedAce(acl, ACL_REVISION, FILE_ALL_ACCESS, sid) ||
-        !InitializeSecurityDescriptor(&descriptor_, SECURITY_DESCRIPTOR_REVISION) ||
-        !SetSecurityDescriptorDacl(&descriptor_, TRUE, acl, FALSE) ||
-        !SetSecurityDescriptorControl(&descriptor_, SE_DACL_PROTECTED, SE_DACL_PROTECTED)) {
-      return internal::LastErrno();
-    }
-    attributes_ = {sizeof attributes_, &descriptor_, FALSE};
-    return 0;
-  }
-  [[nodiscard]] SECURITY_ATTRIBUTES* attributes() { return &attributes_; }
-
- private:
-  // Allocated blocks are aligned for any type, as the token information and
-  // the list need.
-  std::vector<unsigned char> user_;
-  std::vector<unsigned char> acl_;
-  SECURITY_DESCRIPTOR descriptor_ = {};
-  SECURITY_ATTRIBUTES attributes_ = {};
-};
-
 int WriteAll(HANDLE file, std::string_view contents) {
   while (!contents.empty()) {
     const DWORD chunk =
@@ -97,7 +59,7 @@ int WriteAll(HANDLE file, std::string_view contents) {
 
 int CreatePrivateFile(const std::string& path, std::string_view contents) {
   static std::atomic<unsigned> counter{0};
-  OwnerOnly security;
+  internal::OwnerOnly security;
   const int built = security.Build();
   if (built != 0) return built;
   const std::string prefix = path + ".sqxa-" + std::to_string(CurrentProcessId()) + "-";
@@ -120,6 +82,67 @@ int CreatePrivateFile(const std::string& path, std::string_view contents) {
     return status;
   }
   return EAGAIN;  // only stale temporaries, not the target, took the names
+}
+
+int CheckPrivateFile(const std::string& path) {
+  const DWORD attributes = GetFileAttributesA(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return internal::LastErrno();
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return EISDIR;
+  internal::OwnerOnly current;
+  if (const int built = current.Build(); built != 0) return built;
+  PSID owner = nullptr;
+  PACL dacl = nullptr;
+  PSECURITY_DESCRIPTOR raw = nullptr;
+  const DWORD got = GetNamedSecurityInfoA(path.c_str(), SE_FILE_OBJECT,
+                                          OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
+                                          &owner, nullptr, &dacl, nullptr, &raw);
+  if (got != ERROR_SUCCESS) return internal::ErrnoFromWin32(got);
+  int status = dacl == nullptr ? EPERM : 0;  // no list at all: open to everybody
+  for (DWORD i = 0; status == 0 && i < dacl->AceCount; ++i) {
+    void* ace = nullptr;
+    if (!GetAce(dacl, i, &ace)) {
+      status = internal::LastErrno();
+      break;
+    }
+    const auto* allowed = static_cast<const ACCESS_ALLOWED_ACE*>(ace);
+    if (allowed->Header.AceType != ACCESS_ALLOWED_ACE_TYPE) continue;
+    const PSID sid = const_cast<DWORD*>(&allowed->SidStart);
+    const bool trusted = (owner != nullptr && EqualSid(sid, owner)) ||
+                         EqualSid(sid, current.user()) || IsWellKnownSid(sid, WinLocalSystemSid) ||
+                         IsWellKnownSid(sid, WinBuiltinAdministratorsSid);
+    if (!trusted) status = EPERM;
+  }
+  LocalFree(raw);
+  return status;
+}
+
+int OpenPrivateLog(const std::string& path, File* file) {
+  internal::OwnerOnly security;
+  if (const int built = security.Build(); built != 0) return built;
+  const HANDLE handle =
+      CreateFileA(path.c_str(), FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                  security.attributes(), OPEN_ALWAYS,
+                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return internal::LastErrno();
+  BY_HANDLE_FILE_INFORMATION information;
+  if (!GetFileInformationByHandle(handle, &information) ||
+      (information.dwFileAttributes & (FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY)) !=
+          0) {
+    CloseHandle(handle);
+    return ELOOP;
+  }
+  const int fd = _open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_APPEND | _O_TEXT);
+  if (fd < 0) {
+    CloseHandle(handle);
+    return EMFILE;
+  }
+  std::FILE* stream = _fdopen(fd, "a");
+  if (stream == nullptr) {
+    _close(fd);
+    return EMFILE;
+  }
+  file->reset(stream);
+  return 0;
 }
 
 }  // namespace platform

@@ -4,13 +4,16 @@
 #include <ctime>
 
 #include "framework/text_format.h"
+#include "platform/private_file.h"
 
 namespace support {
 
-int ConfigLog::OpenLog(const std::string& path) {
+int ConfigLog::OpenLog(const std::string& path, int* error) {
   log_name_ = path;
-  log_ = platform::OpenFile(path, "a+");
-  return log_ != nullptr ? 1 : 0;
+  log_.reset();
+  const int status = platform::OpenPrivateLog(path, &log_);
+  if (error != nullptr) *error = status;
+  return status == 0 ? 1 : 0;
 }
 
 void ConfigLog::CloseLog() {
@@ -69,6 +72,8 @@ void ConfigLog::Output(int channel, const char* format, ...) {
     std::fflush(log_.get());
   }
 }
+
+const char* MaskedSecret(const std::string& secret) { return secret.empty() ? "" : "********"; }
 
 std::string ExpandPercentPairs(const std::string& text) {
   std::string out;

@@ -32,8 +32,10 @@ class ConfigLog {
  public:
   explicit ConfigLog(int console) : console_(console) {}
 
-  // Opens `path` for appending (created when absent); 1 when open, else 0.
-  int OpenLog(const std::string& path);
+  // Opens `path` for appending, created readable by its owner alone when
+  // absent and never through a symbolic link; 1 when open, else 0 (with the
+  // errno value in `error`: ELOOP for a link).
+  int OpenLog(const std::string& path, int* error = nullptr);
   void CloseLog();
   [[nodiscard]] bool IsLogOpen() const { return log_ != nullptr; }
   [[nodiscard]] const std::string& LogFileName() const { return log_name_; }
@@ -60,6 +62,10 @@ class ConfigLog {
   platform::File log_;
   std::FILE* files_[3] = {};  // ini, include, bat
 };
+
+// What a log or a trace shows in place of a password: "********", or the empty
+// text for none.
+[[nodiscard]] const char* MaskedSecret(const std::string& secret);
 
 // The text with "%%" turned into "%" and every other "%" left as it stands.
 [[nodiscard]] std::string ExpandPercentPairs(const std::string& text);

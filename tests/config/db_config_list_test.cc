@@ -129,7 +129,7 @@ TEST(DbConfigListTest, PrintFormats) {
             "\n\t\t\tList of MSSQL Servers \n"
             "\n\t\t========================================================\n"
             "\n\tDatabase Server name: 'INST1'\n\tDatabase Server Version: ''\n"
-            "\tDatabase Login name: ''\n\tPassword '{AES256:keyfile:a}xyz'\n"
+            "\tDatabase Login name: ''\n\tPassword '********'\n"
             "\tDatabase Errorlog: 'C:\\log'\n\tDatabase Home directory: 'C:\\home'\n"
             "\tServer Type '3'\n\tService Key ''\n\tConfig File ''\n\tClust Server ''\n"
             "\tTNS_ADMIN ''\n\tExtended Parameters ''\n\tServiceNumber '2'\n"

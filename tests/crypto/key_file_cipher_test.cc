@@ -120,17 +120,48 @@ TEST_F(KeyFileCipherTest, MalformedKeyFilesAreRejectedAndLeftAsTheyAre) {
   for (const std::string& contents :
        {std::string(), digits.substr(1) + "\n", digits + "a\n", "g" + digits.substr(1) + "\n",
         digits.substr(0, 32) + " " + digits.substr(33) + "\n", digits + "\n\n"}) {
-    ASSERT_EQ(platform::ReplaceFileContents(KeyFile(), contents), 0);
+    WritePrivate(KeyFile(), contents);
     int status = -1;
     EXPECT_EQ(Encrypt("x", &status), "");
     EXPECT_EQ(status, CRY_E_BAD_KEY_FILE) << contents;
     EXPECT_EQ(Contents(KeyFile()), contents);
   }
   // A line end that went through an editor, and upper-case digits, still hold a key.
-  ASSERT_EQ(platform::ReplaceFileContents(KeyFile(), std::string(64, 'A') + "\r\n"), 0);
+  WritePrivate(KeyFile(), std::string(64, 'A') + "\r\n");
   int status = -1;
   EXPECT_EQ(Decrypt(Encrypt("x", &status), &status), "x");
   EXPECT_EQ(status, CRY_OK);
+}
+
+// A key that others may read protects nothing: such a key file is refused by
+// both directions, as is one that is no file, and CRY_CheckKeyFile says why.
+TEST_F(KeyFileCipherTest, KeyFilesOthersMayReadOrThatAreNoFilesAreRefused) {
+  int status = -1;
+  const std::string text = Encrypt("x", &status);
+  ASSERT_EQ(status, CRY_OK);
+  const std::string key = Contents(KeyFile());
+  const std::string shared = home_.File("shared.key");
+  ASSERT_EQ(platform::ReplaceFileContents(shared, key), 0);
+  std::filesystem::permissions(shared, std::filesystem::perms(0644));
+  const std::string folder = home_.File("folder.key");
+  ASSERT_EQ(platform::MakeDirectory(folder), 0);
+  const struct {
+    std::string path;
+    int status;
+  } cases[] = {{shared, CRY_E_KEY_FILE_ACCESS}, {folder, CRY_E_KEY_FILE_READ}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", c.path));
+    EXPECT_EQ(Decrypt(text, &status), "");
+    EXPECT_EQ(status, c.status);
+    EXPECT_EQ(Encrypt("x", &status), "");
+    EXPECT_EQ(status, c.status);
+    EXPECT_EQ(CRY_CheckKeyFile(), c.status);
+  }
+  EXPECT_STREQ(CRY_StatusText(CRY_E_KEY_FILE_ACCESS), "other users may read or write it");
+  std::string path;
+  ASSERT_EQ(CRY_KeyFilePath(&path), CRY_OK);
+  EXPECT_EQ(path, folder);
 }
 
 TEST_F(KeyFileCipherTest, AlteredOrForeignTextsAreRejected) {
@@ -156,7 +187,8 @@ TEST_F(KeyFileCipherTest, AlteredOrForeignTextsAreRejected) {
   }
 
   // A text made under another key fails its tag.
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", FixturePath("fixed.key")));
+  WritePrivate(home_.File("fixed.key"), Contents(FixturePath("fixed.key")));
+  ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", home_.File("fixed.key")));
   EXPECT_EQ(Decrypt(text, &status), "");
   EXPECT_EQ(status, CRY_E_TAG);
 }
@@ -176,8 +208,11 @@ TEST_F(KeyFileCipherTest, ArgumentsOutOfRange) {
 
 // The checked-in texts were made once by the native build (OpenSSL) and once by
 // the Windows build (CNG) under the checked-in key; both builds read both.
-TEST(KeyFileCipherInteropTest, BothBuildsReadTheCheckedInTexts) {
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", FixturePath("fixed.key")));
+class KeyFileCipherInteropTest : public sqxa_test::KeyHomeTest {};
+
+TEST_F(KeyFileCipherInteropTest, BothBuildsReadTheCheckedInTexts) {
+  WritePrivate(home_.File("fixed.key"), Contents(FixturePath("fixed.key")));
+  ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", home_.File("fixed.key")));
   for (const char* name : {"made_by_posix.txt", "made_by_win32.txt"}) {
     const std::string text = Contents(FixturePath(name));
     int status = -1;
@@ -185,7 +220,6 @@ TEST(KeyFileCipherInteropTest, BothBuildsReadTheCheckedInTexts) {
         << name;
     EXPECT_EQ(status, CRY_OK) << name;
   }
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", ""));
 }
 
 }  // namespace

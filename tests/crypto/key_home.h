@@ -10,6 +10,7 @@
 
 #include "framework/key_file_cipher.h"
 #include "platform/files.h"
+#include "platform/private_file.h"
 #include "platform/scratch_dir.h"
 #include "platform/system.h"
 
@@ -28,6 +29,13 @@ class KeyHomeTest : public ::testing::Test {
 
   std::string KeyFile(const std::string& name = "default") const {
     return (home_.path() / "keyfiles" / (name + ".key")).string();
+  }
+
+  // Puts `contents` in place as the key file `path`, private as the cipher
+  // wants it (a file that others may read is refused).
+  static void WritePrivate(const std::string& path, const std::string& contents) {
+    (void)platform::RemoveFile(path);
+    ASSERT_EQ(platform::CreatePrivateFile(path, contents), 0) << path;
   }
 
   ScratchDir home_;

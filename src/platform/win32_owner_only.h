@@ -1,0 +1,60 @@
+// A security descriptor for files that only their creator may open. Included
+// only by Win32 backends.
+#pragma once
+
+#include <windows.h>
+
+#include <vector>
+
+#include "platform/win32_errno.h"
+
+namespace platform::internal {
+
+// A security descriptor whose access list grants the current user every right
+// and nobody else anything. It points into itself, so it stays where it is.
+class OwnerOnly {
+ public:
+  OwnerOnly() = default;
+  OwnerOnly(const OwnerOnly&) = delete;
+  OwnerOnly& operator=(const OwnerOnly&) = delete;
+
+  // 0 or an errno value.
+  [[nodiscard]] int Build() {
+    HANDLE token = nullptr;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token)) return LastErrno();
+    DWORD size = 0;
+    (void)GetTokenInformation(token, TokenUser, nullptr, 0, &size);
+    user_.resize(size);
+    const bool got = size != 0 && GetTokenInformation(token, TokenUser, user_.data(), size, &size);
+    const int status = got ? 0 : LastErrno();
+    CloseHandle(token);
+    if (!got) return status;
+    PSID sid = reinterpret_cast<TOKEN_USER*>(user_.data())->User.Sid;
+    acl_.resize(sizeof(ACL) + sizeof(ACCESS_ALLOWED_ACE) + GetLengthSid(sid));
+    auto* acl = reinterpret_cast<ACL*>(acl_.data());
+    if (!InitializeAcl(acl, static_cast<DWORD>(acl_.size()), ACL_REVISION) ||
+        !AddAccessAllowedAce(acl, ACL_REVISION, FILE_ALL_ACCESS, sid) ||
+        !InitializeSecurityDescriptor(&descriptor_, SECURITY_DESCRIPTOR_REVISION) ||
+        !SetSecurityDescriptorDacl(&descriptor_, TRUE, acl, FALSE) ||
+        !SetSecurityDescriptorControl(&descriptor_, SE_DACL_PROTECTED, SE_DACL_PROTECTED)) {
+      return LastErrno();
+    }
+    attributes_ = {sizeof attributes_, &descriptor_, FALSE};
+    return 0;
+  }
+  [[nodiscard]] SECURITY_ATTRIBUTES* attributes() { return &attributes_; }
+  // After Build: the current user.
+  [[nodiscard]] PSID user() const {
+    return reinterpret_cast<const TOKEN_USER*>(user_.data())->User.Sid;
+  }
+
+ private:
+  // Allocated blocks are aligned for any type, as the token information and
+  // the list need.
+  std::vector<unsigned char> user_;
+  std::vector<unsigned char> acl_;
+  SECURITY_DESCRIPTOR descriptor_ = {};
+  SECURITY_ATTRIBUTES attributes_ = {};
+};
+
+}  // namespace platform::internal
