@@ -39,6 +39,9 @@ class NumberFlags {
   std::unique_ptr<bool, Free> flags_;
 };
 
+constexpr char kPasswordEntry[] = "COLL_PASSWORD=";
+constexpr size_t kPasswordEntryLength = sizeof kPasswordEntry - 1;
+
 }  // namespace
 
 int DbConfigList::GetServiceNumber(int kind, const DbConfig& record) {
@@ -54,10 +57,23 @@ int DbConfigList::GetServiceNumber(int kind, const DbConfig& record) {
   }
   const size_t prefix_length = std::strlen(files->agent_section);
   char line[512];
+  // The password line is not shown in the log, nor the rest of it when it is
+  // longer than one read.
+  bool in_password = false;
   while (std::fgets(line, sizeof line, file.get()) != nullptr) {
     Output(1, "GetServiceNumber: read line\n");
+    const bool continued = in_password;
+    const size_t length = std::strlen(line);
+    const bool whole = length > 0 && line[length - 1] == '\n';
+    in_password =
+        (continued || std::strncmp(line, kPasswordEntry, kPasswordEntryLength) == 0) && !whole;
     if (line[0] == ';' || line[0] == '\0') continue;
-    Output(1, "GetServiceNumber: Comparing line '%s' with '%s'\n", line, files->agent_section);
+    const bool secret = continued || std::strncmp(line, kPasswordEntry, kPasswordEntryLength) == 0;
+    const std::string shown = !secret     ? std::string(line)
+                              : continued ? std::string("********") + (whole ? "\n" : "")
+                                          : std::string(kPasswordEntry) + "********\n";
+    Output(1, "GetServiceNumber: Comparing line '%s' with '%s'\n", shown.c_str(),
+           files->agent_section);
     if (std::strncmp(line, files->agent_section, prefix_length) != 0) continue;
     const char* rest = line + prefix_length;
     Output(1, "GetServiceNumber: Line match, strNum is '%s'\n", rest);
