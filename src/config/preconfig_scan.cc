@@ -79,6 +79,34 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
   return false;
 }
 
+// Takes what the registration "<key_stem>\Environment" holds.
+void ReadRegistration(DbConfigList& list, platform::Registry* hive, const std::string& key_stem,
+                      ScannedValues* text, CarriedNumbers* numbers) {
+  const std::string key_path = key_stem + "\\Environment";
+  list.Output(1, "ScanPreConfig: registry string: %s\n", key_path.c_str());
+  if (const auto key = discovery::openForValues(hive, key_path, 0); key == nullptr) {
+    list.Output(1, "ScanPreConfig: accessing registry key '%s' failed\n", key_path.c_str());
+  } else {
+    platform::RegValue value;
+    for (uint32_t i = 0;; ++i) {
+      list.Output(1, "ScanPreConfig: acquiring registry key value #%d\n", static_cast<int>(i));
+      if (key->EnumValue(i, &value) != platform::kRegSuccess) {
+        list.Output(1, "ScanPreConfig: acquiring registry key value #%d failed\n",
+                    static_cast<int>(i));
+        break;
+      }
+      const bool secret = str_icmp(value.name.c_str(), "COLL_PASSWORD") == 0;
+      list.Output(1, "ScanPreConfig: acquired registry key value #%d (%s) = '%s'\n",
+                  static_cast<int>(i), value.name.c_str(),
+                  secret ? support::MaskedSecret(value.data) : value.data.c_str());
+      if (!Take(value, text, numbers)) {
+        list.Output(1, "ScanPreConfig: ignoring registry key value #%d: '%s'\n",
+                    static_cast<int>(i), value.name.c_str());
+      }
+    }
+  }
+}
+
 // The instance name in an instance file's name: the text between the stem
 // and ".ini" ("...\VSQMMA_INST1.ini" gives "INST1"); empty for another name.
 std::string NameInFileName(const std::string& path, std::string_view stem) {
@@ -172,33 +200,15 @@ int DbConfigList::ScanPreConfig(int kind) {
   CarriedNumbers numbers;
   for (size_t n = 0; n < listed.size(); ++n) {
     Output(1, "ScanPreConfig: discovering config for configured server #%d\n", static_cast<int>(n));
-    const std::string key_path =
-        std::string(files->registry_stem) + listed[n].name + "\\Environment";
-    Output(1, "ScanPreConfig: registry string: %s\n", key_path.c_str());
-
     ScannedValues text;
-    if (const auto key = discovery::openForValues(hive.get(), key_path, 0); key == nullptr) {
-      Output(1, "ScanPreConfig: accessing registry key '%s' failed\n", key_path.c_str());
-    } else {
-      platform::RegValue value;
-      for (uint32_t i = 0;; ++i) {
-        Output(1, "ScanPreConfig: acquiring registry key value #%d\n", static_cast<int>(i));
-        if (key->EnumValue(i, &value) != platform::kRegSuccess) {
-          Output(1, "ScanPreConfig: acquiring registry key value #%d failed\n",
-                 static_cast<int>(i));
-          break;
-        }
-        const bool secret = str_icmp(value.name.c_str(), "COLL_PASSWORD") == 0;
-        Output(1, "ScanPreConfig: acquired registry key value #%d (%s) = '%s'\n",
-               static_cast<int>(i), value.name.c_str(),
-               secret ? support::MaskedSecret(value.data) : value.data.c_str());
-        if (!Take(value, &text, &numbers)) {
-          Output(1, "ScanPreConfig: ignoring registry key value #%d: '%s'\n", static_cast<int>(i),
-                 value.name.c_str());
-        }
-      }
+    ReadRegistration(*this, hive.get(), files->registry_stem + listed[n].name, &text, &numbers);
+    // A directory with a "." before the stem names the instance wrongly; its
+    // registration is then found under the name its file carries.
+    if (text.server_id.empty() && !listed[n].file_name.empty() &&
+        listed[n].file_name != listed[n].name) {
+      ReadRegistration(*this, hive.get(), files->registry_stem + listed[n].file_name, &text,
+                       &numbers);
     }
-
     // An instance listed but not registered (its tool died, the key was
     // deleted by hand) is named after its file, so that it can still be put,
     // got and removed, and so that it keeps its line in the include file.

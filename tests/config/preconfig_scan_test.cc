@@ -145,6 +145,16 @@ TEST_F(PreConfigScanTest, ADotBeforeTheStemGivesNoName) {
   std::vector<std::string> names;
   EXPECT_EQ(list_->GetPreConfigList(3, &names), 1);
   EXPECT_EQ(names, std::vector<std::string>{""});
+  // The scan still finds the registration under the name the file carries.
+  ASSERT_TRUE(
+      sqxa_test::LoadHost("Windows Registry Editor Version 5.00\n\n"
+                          "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\INST1\\Environment]\n"
+                          "\"COLL_SERVERID\"=\"INST1\"\n\"COLL_LOGON\"=\"sa\"\n\n"));
+  ASSERT_EQ(list_->ScanPreConfig(3), 0);
+  ASSERT_EQ(list_->GetCount(3), 1);
+  EXPECT_EQ(list_->GetAt(0, 3)->getServerName(), "INST1");
+  EXPECT_EQ(list_->GetAt(0, 3)->getLoginName(), "sa");
+  EXPECT_TRUE(list_->GetAt(0, 3)->isRegistered());
 }
 
 }  // namespace
