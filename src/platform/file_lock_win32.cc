@@ -13,6 +13,7 @@
 #include "platform/file_lock.h"
 #include "platform/files_internal.h"
 #include "platform/win32_errno.h"
+#include "platform/win32_owner_only.h"
 
 namespace platform {
 namespace {
@@ -37,16 +38,11 @@ class Win32FileLock final : public FileLock {
 int FileLock::Acquire(const std::string& path, unsigned timeout_ms,
                       std::unique_ptr<FileLock>* lock) {
   if (const int status = internal::Calls().lock(path); status != 0) return status;
-  const HANDLE file = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return internal::LastErrno();
-  BY_HANDLE_FILE_INFORMATION information;
-  if (!GetFileInformationByHandle(file, &information) ||
-      (information.dwFileAttributes & (FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY)) !=
-          0) {
-    CloseHandle(file);
-    return ELOOP;
+  HANDLE file = nullptr;
+  if (const int status =
+          internal::OpenNotFollowing(path, GENERIC_READ | GENERIC_WRITE, nullptr, &file);
+      status != 0) {
+    return status;
   }
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
   for (;;) {

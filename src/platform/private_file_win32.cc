@@ -119,17 +119,11 @@ int CheckPrivateFile(const std::string& path) {
 int OpenPrivateLog(const std::string& path, File* file) {
   internal::OwnerOnly security;
   if (const int built = security.Build(); built != 0) return built;
-  const HANDLE handle =
-      CreateFileA(path.c_str(), FILE_APPEND_DATA | SYNCHRONIZE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                  security.attributes(), OPEN_ALWAYS,
-                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-  if (handle == INVALID_HANDLE_VALUE) return internal::LastErrno();
-  BY_HANDLE_FILE_INFORMATION information;
-  if (!GetFileInformationByHandle(handle, &information) ||
-      (information.dwFileAttributes & (FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY)) !=
-          0) {
-    CloseHandle(handle);
-    return ELOOP;
+  HANDLE handle = nullptr;
+  if (const int status = internal::OpenNotFollowing(path, FILE_APPEND_DATA | SYNCHRONIZE,
+                                                    security.attributes(), &handle);
+      status != 0) {
+    return status;
   }
   const int fd = _open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_APPEND | _O_TEXT);
   if (fd < 0) {

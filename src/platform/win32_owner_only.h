@@ -1,9 +1,10 @@
-// A security descriptor for files that only their creator may open. Included
-// only by Win32 backends.
+// Files that only their creator may open, and files never opened through a
+// link planted in their place. Included only by Win32 backends.
 #pragma once
 
 #include <windows.h>
 
+#include <string>
 #include <vector>
 
 #include "platform/win32_errno.h"
@@ -56,5 +57,26 @@ class OwnerOnly {
   SECURITY_DESCRIPTOR descriptor_ = {};
   SECURITY_ATTRIBUTES attributes_ = {};
 };
+
+// Opens `path` (creating it when missing, with `security` when given) as
+// itself, not as what a reparse point there (a symbolic link, a junction)
+// names; a reparse point or a directory is refused with ELOOP. 0 with the
+// handle in `file`, or an errno value.
+[[nodiscard]] inline int OpenNotFollowing(const std::string& path, DWORD access,
+                                          SECURITY_ATTRIBUTES* security, HANDLE* file) {
+  const HANDLE handle =
+      CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, security, OPEN_ALWAYS,
+                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return LastErrno();
+  BY_HANDLE_FILE_INFORMATION information;
+  if (!GetFileInformationByHandle(handle, &information) ||
+      (information.dwFileAttributes & (FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DIRECTORY)) !=
+          0) {
+    CloseHandle(handle);
+    return ELOOP;
+  }
+  *file = handle;
+  return 0;
+}
 
 }  // namespace platform::internal

@@ -40,26 +40,11 @@ LIMIT = 1048576
 AEDEBUG = "HKLM\\Software\\Microsoft\\Windows NT\\CurrentVersion\\AeDebug"
 
 
-class Faults:
+class Faults(sandbox_home.Checks):
     def __init__(self, options):
+        super().__init__()
         self.options = options
         self.wine = options.wine
-        self.passed = self.failed = self.skipped = 0
-
-    def report(self, name, problems):
-        if problems:
-            self.failed += 1
-            print("FAIL", name)
-            for problem in problems:
-                print("    " + problem.rstrip().replace("\n", "\n    "))
-        else:
-            self.passed += 1
-            print("ok  ", name)
-        sys.stdout.flush()
-
-    def skip(self, name, reason):
-        self.skipped += 1
-        print("skip", name + ":", reason)
 
     def expect(self, name, actual, status, stderr=None):
         """`actual` is (status, stdout, stderr); `stderr` a pattern searched for."""
@@ -68,11 +53,7 @@ class Faults:
             problems.append("status %s, expected %d; stderr:\n%s" % (actual[0], status, actual[2]))
         elif stderr is not None and not re.search(stderr, actual[2]):
             problems.append("stderr lacks /%s/:\n%s" % (stderr, actual[2]))
-        self.report(name, problems)
-        return not problems
-
-    def check(self, name, problems):
-        self.report(name, [p for p in problems if p])
+        return self.check(name, problems)
 
     def case(self, function):
         root = tempfile.mkdtemp(prefix="sqxa_faults_")
@@ -350,8 +331,7 @@ def main():
     for function in (tool_crashes, tool_registers_nothing, unwritable_etc, lock_is_symlink,
                      oversized_stream):
         faults.case(function)
-    print("%d passed, %d failed" % (faults.passed, faults.failed))
-    return 0 if faults.failed == 0 else 1
+    return faults.finish()
 
 
 if __name__ == "__main__":

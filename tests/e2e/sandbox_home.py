@@ -9,6 +9,7 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 
 MARLOX_KEY = "HKLM\\Software\\Marlox"
 
@@ -107,3 +108,32 @@ class Home:
         """The instance's .ini and .bat files that exist."""
         return [name for name in ("VSQMMA_%s.ini" % instance, "MSMSQL_%s.bat" % instance)
                 if os.path.exists(self.etc(name))]
+
+
+class Checks:
+    """Named checks, each printed as it ends: "ok", "FAIL" with its problems,
+    or "skip"; finish() prints the closing "N passed, N failed"."""
+
+    def __init__(self):
+        self.passed = self.failed = self.skipped = 0
+
+    def check(self, name, problems):
+        problems = [p for p in problems if p]
+        if problems:
+            self.failed += 1
+            print("FAIL", name)
+            for problem in problems:
+                print("    " + problem.rstrip().replace("\n", "\n    "))
+        else:
+            self.passed += 1
+            print("ok  ", name)
+        sys.stdout.flush()
+        return not problems
+
+    def skip(self, name, reason):
+        self.skipped += 1
+        print("skip", name + ":", reason)
+
+    def finish(self):
+        print("%d passed, %d failed" % (self.passed, self.failed))
+        return 1 if self.failed else 0

@@ -35,23 +35,6 @@ LONG_SECRET = "L0ng" + "-x7" * 1332  # 4,000 bytes: longer than any line buffer
 KEY_FORM = r"^db_password=\{AES256:keyfile:a\}[A-Za-z0-9+/=]+$"
 
 
-class Checks:
-    def __init__(self):
-        self.passed = self.failed = 0
-
-    def check(self, name, problems):
-        problems = [p for p in problems if p]
-        if problems:
-            self.failed += 1
-            print("FAIL", name)
-            for problem in problems:
-                print("    " + problem.rstrip().replace("\n", "\n    "))
-        else:
-            self.passed += 1
-            print("ok  ", name)
-        sys.stdout.flush()
-
-
 def put(home, instance, password, env=None):
     stream = home.stream(instance).replace("db_password=p\n", "db_password=%s\n" % password)
     return home.run("-p", instance + ":h:X", stdin=stream.encode(), env=env)
@@ -168,7 +151,7 @@ def main():
     options = parser.parse_args()
     if options.wine:
         sandbox_home.start_wine()
-    t = Checks()
+    t = sandbox_home.Checks()
     cases = [lambda home: nowhere_else(t, home),
              lambda home: broken_key_files(t, home, options.wine)]
     if not options.wine:
@@ -180,8 +163,7 @@ def main():
         finally:
             shutil.rmtree(root, ignore_errors=True)
             sandbox_home.forget_registrations(options.wine)
-    print("%d passed, %d failed" % (t.passed, t.failed))
-    return 1 if t.failed else 0
+    return t.finish()
 
 
 if __name__ == "__main__":
