@@ -70,8 +70,8 @@ int DbConfigList::GetServiceNumber(int kind, const DbConfig& record) {
     if (line[0] == ';' || line[0] == '\0') continue;
     const bool secret = continued || std::strncmp(line, kPasswordEntry, kPasswordEntryLength) == 0;
     const std::string shown = !secret     ? std::string(line)
-                              : continued ? std::string("********") + (whole ? "\n" : "")
-                                          : std::string(kPasswordEntry) + "********\n";
+                              : continued ? std::string(support::kMask) + (whole ? "\n" : "")
+                                          : std::string(kPasswordEntry) + support::kMask + "\n";
     Output(1, "GetServiceNumber: Comparing line '%s' with '%s'\n", shown.c_str(),
            files->agent_section);
     if (std::strncmp(line, files->agent_section, prefix_length) != 0) continue;

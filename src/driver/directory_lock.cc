@@ -3,28 +3,14 @@
 #include <cerrno>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "driver/report.h"
 #include "framework/product_dirs.h"
-#include "framework/trace.h"
 #include "platform/files.h"
 
 namespace driver {
 
 namespace {
-
-void RemoveStaleTemporaries(const std::string& etcDir) {
-  std::vector<std::string> names;
-  if (platform::ListDirectory(etcDir, &names) != 0) return;
-  for (const std::string& name : names) {
-    if (!platform::IsTemporaryName(name)) continue;
-    const std::string path = etcDir + "\\" + name;
-    const int status = platform::RemoveFile(path);
-    RAS1_Printf(RAS1_DETAIL, "AgentDirectoryLock", "Temporary file '%s' of an earlier run: %s",
-                path.c_str(), status == 0 ? "removed" : "could not be removed");
-  }
-}
 
 // Why the lock could not be had, in words.
 std::string Cause(int status) {
@@ -54,7 +40,7 @@ AgentDirectoryLock::Result AgentDirectoryLock::Acquire() {
     REPORT_ERROR("Unable to lock '%s' for exclusive use: %s", path.c_str(), Cause(status).c_str());
     return kUnavailable;
   }
-  RemoveStaleTemporaries(etc);
+  platform::RemoveStaleTemporaries(etc);
   return kLocked;
 }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "framework/trace.h"
+#include "support/config_log.h"
 
 namespace driver {
 
@@ -24,7 +25,7 @@ std::string Masked(std::string_view stream) {
     const bool secret = key.find("password") != std::string_view::npos ||
                         key.find("PASSWORD") != std::string_view::npos;
     shown.append(secret ? line.substr(0, equals + 1) : line);
-    if (secret) shown.append("********");
+    if (secret) shown.append(support::kMask);
     if (end != std::string_view::npos) shown.push_back('\n');
   }
   return shown;

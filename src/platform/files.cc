@@ -57,18 +57,22 @@ int CreateTemporary(const std::string& target, bool text, std::string* temporary
 
 }  // namespace
 
-void RemoveStaleTemporariesOf(const std::string& target) {
-  const std::string native = NativePath(target);
-  const size_t separator = native.find_last_of(PathSeparator() == '/' ? "/" : "\\/");
-  const std::string directory = separator == std::string::npos ? "." : native.substr(0, separator);
-  const std::string prefix = native.substr(separator + 1) + std::string(kTemporaryMark);
+void RemoveStaleTemporaries(const std::string& directory, const std::string& target_name) {
+  const std::string prefix = target_name + std::string(kTemporaryMark);
   std::vector<std::string> names;
-  if (internal::SystemListDirectory(directory, &names) != 0) return;
+  if (ListDirectory(directory, &names) != 0) return;
   for (const std::string& name : names) {
-    if (name.compare(0, prefix.size(), prefix) == 0 && IsTemporaryName(name)) {
-      (void)g_calls.remove(directory + (PathSeparator() == '/' ? "/" : "\\") + name);
+    if (IsTemporaryName(name) &&
+        (target_name.empty() || name.compare(0, prefix.size(), prefix) == 0)) {
+      (void)RemoveFile(directory + "\\" + name);
     }
   }
+}
+
+void RemoveStaleTemporariesOf(const std::string& target) {
+  const size_t separator = target.find_last_of("\\/");
+  if (separator == std::string::npos) return RemoveStaleTemporaries(".", target);
+  RemoveStaleTemporaries(target.substr(0, separator), target.substr(separator + 1));
 }
 
 namespace internal {

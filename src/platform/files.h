@@ -43,8 +43,11 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 // its directory may remove it.
 [[nodiscard]] bool IsTemporaryName(std::string_view name);
 
-// Removes the temporary files that writers of `target` left when they died.
-// Only for whoever holds the lock that every writer of `target` takes.
+// Removes the temporary files that writers left in `directory` when they died:
+// all of them, or those of the file named `target_name` only. Only for whoever
+// holds the lock that every such writer takes.
+void RemoveStaleTemporaries(const std::string& directory, const std::string& target_name = "");
+// The same for the writers of the file `target`.
 void RemoveStaleTemporariesOf(const std::string& target);
 
 [[nodiscard]] int ReadFileContents(const std::string& path, std::string* contents);

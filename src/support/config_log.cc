@@ -73,7 +73,7 @@ void ConfigLog::Output(int channel, const char* format, ...) {
   }
 }
 
-const char* MaskedSecret(const std::string& secret) { return secret.empty() ? "" : "********"; }
+const char* MaskedSecret(const std::string& secret) { return secret.empty() ? "" : kMask; }
 
 std::string ExpandPercentPairs(const std::string& text) {
   std::string out;

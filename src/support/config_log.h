@@ -63,8 +63,9 @@ class ConfigLog {
   std::FILE* files_[3] = {};  // ini, include, bat
 };
 
-// What a log or a trace shows in place of a password: "********", or the empty
-// text for none.
+// What a log or a trace shows in place of a password: kMask, or the empty text
+// for none.
+inline constexpr char kMask[] = "********";
 [[nodiscard]] const char* MaskedSecret(const std::string& secret);
 
 // The text with "%%" turned into "%" and every other "%" left as it stands.

@@ -12,7 +12,6 @@ Usage: bat_values.py --program PATH --tool PATH [--wine]
 Without --wine the program runs natively and its .bat file still goes to
 Wine's cmd. Prints one line per case and a closing "N passed, N failed".
 """
-import argparse
 import os
 import re
 import shutil
@@ -53,25 +52,19 @@ def cmd_variables(bat_text, workdir):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--program", required=True)
-    parser.add_argument("--tool", required=True)
-    parser.add_argument("--wine", action="store_true")
-    options = parser.parse_args()
     if shutil.which("wine") is None:
         print("skip: no wine to run cmd")
         return 0
+    options = sandbox_home.parse_options()
     sandbox_home.start_wine()
-    passed = failed = 0
+    checks = sandbox_home.Checks()
     root = tempfile.mkdtemp(prefix="sqxa_bat (x86) & 100%_")
     workdir = tempfile.mkdtemp(prefix="sqxa_bat_run_")
     try:
         home = sandbox_home.Home(root, options.program, options.tool, options.wine)
         etc = home.seen_home + "ORVAGT6_x64"
         for login, password in VALUES:
-            stream = ("INSTANCE=INST1\n[DBSETTINGS]\ndb_login=%s\ndb_password=%s\ndb_home=%s\n"
-                      "db_errorlog=%s\\Log\\ERRORLOG\n" % (login, password, home.sql, home.sql))
-            status, _, err = home.run("-p", "INST1:h:X", stdin=stream.encode())
+            status, _, err = home.put("INST1", login, password=password)
             problems = [] if status == 0 else ["put ended %s: %s" % (status, err)]
             if not problems:
                 got, out = cmd_variables(home.read("MSMSQL_INST1.bat"), workdir)
@@ -85,22 +78,13 @@ def main():
                             for key, value in expected.items() if got.get(key, "") != value]
                 if problems:
                     problems.append("cmd printed:\n" + out)
-            name = "login %r, password %r" % (login, password)
-            if problems:
-                failed += 1
-                print("FAIL", name)
-                for problem in problems:
-                    print("    " + problem.rstrip().replace("\n", "\n    "))
-            else:
-                passed += 1
-                print("ok  ", name)
-            sys.stdout.flush()
+            checks.check("login %r, password %r" % (login, password), problems)
     finally:
         shutil.rmtree(root, ignore_errors=True)
         shutil.rmtree(workdir, ignore_errors=True)
         sandbox_home.forget_registrations(options.wine)
-    print("%d passed, %d failed" % (passed, failed))
-    return 1 if failed or not passed else 0
+    status = checks.finish()
+    return status if checks.passed else 1
 
 
 if __name__ == "__main__":

@@ -23,7 +23,6 @@ Usage: faults.py --program PATH --tool PATH --stand-in PATH [--wine]
 The tool is the companion instance-creation tool, the stand-in the test one.
 Prints one line per step and a closing "N passed, N failed".
 """
-import argparse
 import os
 import re
 import shutil
@@ -316,17 +315,10 @@ def oversized_stream(t, home):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--program", required=True)
-    parser.add_argument("--tool", required=True)
-    parser.add_argument("--stand-in", required=True)
-    parser.add_argument("--wine", action="store_true")
-    options = parser.parse_args()
+    options = sandbox_home.parse_options(("--stand-in", dict(required=True)))
     options.tool = os.path.abspath(options.tool)
     options.stand_in = os.path.abspath(options.stand_in)
 
-    if options.wine:
-        sandbox_home.start_wine()
     faults = Faults(options)
     for function in (tool_crashes, tool_registers_nothing, unwritable_etc, lock_is_symlink,
                      oversized_stream):

@@ -18,7 +18,6 @@ line, and a get answers 2; the service numbers are distinct.
 Usage: overlapping_runs.py --program PATH --tool PATH [--wine] [--rounds N]
 Prints one line per case and round and a closing "N passed, N failed".
 """
-import argparse
 import os
 import re
 import shutil
@@ -147,16 +146,8 @@ def one_instance(home, root):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--program", required=True)
-    parser.add_argument("--tool", required=True)
-    parser.add_argument("--wine", action="store_true")
-    parser.add_argument("--rounds", type=int, default=1)
-    options = parser.parse_args()
-
-    if options.wine:
-        sandbox_home.start_wine()
-    passed = failed = 0
+    options = sandbox_home.parse_options(("--rounds", dict(type=int, default=1)))
+    checks = sandbox_home.Checks()
     for round_number in range(1, options.rounds + 1):
         for case in (new_puts, puts_removes, one_instance):
             root = tempfile.mkdtemp(prefix="sqxa_overlap_")
@@ -169,17 +160,8 @@ def main():
                 sandbox_home.forget_registrations(options.wine)
             label = "%s (round %d, %.1f s)" % (case.__name__, round_number,
                                                time.monotonic() - started)
-            if problems:
-                failed += 1
-                print("FAIL", label)
-                for problem in problems:
-                    print("    " + problem.rstrip().replace("\n", "\n    "))
-            else:
-                passed += 1
-                print("ok  ", label)
-            sys.stdout.flush()
-    print("%d passed, %d failed" % (passed, failed))
-    return 0 if failed == 0 else 1
+            checks.check(label, problems)
+    return checks.finish()
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@ tool installed as InstallORV/vinconfg.
 
 Home wraps one such home with the program that runs on it, natively or under
 Wine, and reads back what the runs left there."""
+import argparse
 import os
 import re
 import shutil
@@ -81,13 +82,14 @@ class Home:
                                 env=env or self.env, timeout=300)
         return result.returncode, decode(result.stdout), decode(result.stderr)
 
-    def stream(self, instance, login="sa"):
-        return ("INSTANCE=%s\n[DBSETTINGS]\ndb_login=%s\ndb_password=p\ndb_home=%s\n"
-                "db_errorlog=%s\\Log\\ERRORLOG\n" % (instance, login, self.sql, self.sql))
+    def stream(self, instance, login="sa", password="p"):
+        return ("INSTANCE=%s\n[DBSETTINGS]\ndb_login=%s\ndb_password=%s\ndb_home=%s\n"
+                "db_errorlog=%s\\Log\\ERRORLOG\n" % (instance, login, password, self.sql,
+                                                    self.sql))
 
-    def put(self, instance, login="sa", env=None):
-        return self.run("-p", instance + ":h:X", stdin=self.stream(instance, login).encode(),
-                        env=env)
+    def put(self, instance, login="sa", env=None, password="p"):
+        stream = self.stream(instance, login, password)
+        return self.run("-p", instance + ":h:X", stdin=stream.encode(), env=env)
 
     def etc(self, *names):
         return os.path.join(self.home, "ORVAGT6_x64", *names)
@@ -137,3 +139,18 @@ class Checks:
     def finish(self):
         print("%d passed, %d failed" % (self.passed, self.failed))
         return 1 if self.failed else 0
+
+
+def parse_options(*extra):
+    """The options every script takes (--program, --tool, --wine) and `extra`
+    ones, as (name, keyword arguments) pairs; starts Wine when asked for."""
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--program", required=True)
+    parser.add_argument("--tool", required=True)
+    parser.add_argument("--wine", action="store_true")
+    for name, settings in extra:
+        parser.add_argument(name, **settings)
+    options = parser.parse_args()
+    if options.wine:
+        start_wine()
+    return options

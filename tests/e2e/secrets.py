@@ -18,7 +18,6 @@
 Usage: secrets.py --program PATH --tool PATH [--wine]
 Prints one line per check and a closing "N passed, N failed".
 """
-import argparse
 import os
 import re
 import shutil
@@ -33,11 +32,6 @@ SECRET = "Zq7-s3cret&%x"
 HEX_SECRET = "1234567890"
 LONG_SECRET = "L0ng" + "-x7" * 1332  # 4,000 bytes: longer than any line buffer
 KEY_FORM = r"^db_password=\{AES256:keyfile:a\}[A-Za-z0-9+/=]+$"
-
-
-def put(home, instance, password, env=None):
-    stream = home.stream(instance).replace("db_password=p\n", "db_password=%s\n" % password)
-    return home.run("-p", instance + ":h:X", stdin=stream.encode(), env=env)
 
 
 def status_is(result, expected, what):
@@ -62,9 +56,9 @@ def holders(home, secret):
 
 def nowhere_else(t, home):
     env = dict(home.env, SQ_XA_TRACE="all")
-    results = [put(home, "N1", SECRET, env), put(home, "N2", HEX_SECRET, env),
+    results = [home.put("N1", env=env, password=SECRET), home.put("N2", env=env, password=HEX_SECRET),
                home.run("-g", "N1:h:X", env=env), home.run("-g", "N2:h:X", env=env),
-               put(home, "N3", LONG_SECRET, env), home.run("-g", "N3:h:X", env=env)]
+               home.put("N3", env=env, password=LONG_SECRET), home.run("-g", "N3:h:X", env=env)]
     problems = [status_is(r, 0, "run %d" % i) for i, r in enumerate(results)]
     for secret, instance in ((SECRET, "N1"), (HEX_SECRET, "N2"), (LONG_SECRET[-40:], "N3")):
         allowed = ["ORVAGT6_x64/MSMSQL_%s.bat" % instance, "ORVAGT6_x64/VSQMMA_%s.ini" % instance,
@@ -84,7 +78,7 @@ def nowhere_else(t, home):
 
 def owner_only(t, home):
     env = dict(home.env, SQ_XA_TRACE="all")
-    results = [put(home, "N1", SECRET, env), home.run("-g", "N1:h:X", env=env)]
+    results = [home.put("N1", env=env, password=SECRET), home.run("-g", "N1:h:X", env=env)]
     problems = [status_is(r, 0, "run %d" % i) for i, r in enumerate(results)]
     for path in (home.etc("logs", "dbcfg_N1.log"), home.etc("logs", "sq_xa.trc"),
                  home.etc("sq_xa.lock"), os.path.join(home.home, "keyfiles", "default.key")):
@@ -96,7 +90,7 @@ def owner_only(t, home):
 
 
 def broken_key_files(t, home, wine):
-    problems = [status_is(put(home, "N1", SECRET), 0, "put")]
+    problems = [status_is(home.put("N1", password=SECRET), 0, "put")]
     keyfiles = os.path.join(home.home, "keyfiles")
     key = os.path.join(keyfiles, "default.key")
     problems.append(status_is(home.run("-g", "N1:h:X"), 0, "get with a sound key file"))
@@ -134,7 +128,7 @@ def links_not_followed(t, home):
     open(target, "w").close()
     os.symlink(target, home.etc("logs", "dbcfg_N1.log"))
     os.symlink(target, home.etc("logs", "sq_xa.trc"))
-    result = put(home, "N1", SECRET, dict(home.env, SQ_XA_TRACE="all"))
+    result = home.put("N1", env=dict(home.env, SQ_XA_TRACE="all"), password=SECRET)
     problems = [status_is(result, 0, "put")]
     for what in ("The log", "The trace file"):
         if not re.search(what + r" .* is a symbolic link", result[2]):
@@ -144,13 +138,7 @@ def links_not_followed(t, home):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--program", required=True)
-    parser.add_argument("--tool", required=True)
-    parser.add_argument("--wine", action="store_true")
-    options = parser.parse_args()
-    if options.wine:
-        sandbox_home.start_wine()
+    options = sandbox_home.parse_options()
     t = sandbox_home.Checks()
     cases = [lambda home: nowhere_else(t, home),
              lambda home: broken_key_files(t, home, options.wine)]
