@@ -12,6 +12,7 @@
 #include "config/db_config.h"
 #include "platform/printf_format.h"
 #include "support/config_log.h"
+#include "support/server_kind.h"
 
 namespace discovery {
 class DbServer;
@@ -19,16 +20,22 @@ class DbServer;
 
 namespace config {
 
+using support::Channel;
+using support::ServerKind;
+
 inline constexpr int kConfigKindSlots = 50;
 // Service numbers run from 0 below this bound for every kind 1 to 4.
 inline constexpr int kMaxInstancesPerKind = 50;
-[[nodiscard]] int VDBServerMaxInstances(int kind);
+[[nodiscard]] int VDBServerMaxInstances(ServerKind kind);
 
-// Forms of the install settings.
-inline constexpr int kFormStored = 0;
-inline constexpr int kFormResolved = 1;
-inline constexpr int kFormAtSign = 2;   // "@ETCPATH@"
-inline constexpr int kFormPercent = 3;  // "%ETCPATH%"
+// The forms in which the install settings are written; the numbers are those
+// of the agent's own settings routines.
+enum class PathForm : int {
+  kStored = 0,    // as set
+  kResolved = 1,  // with the default of an empty setting
+  kAtSign = 2,    // "@ETCPATH@"
+  kPercent = 3,   // "%ETCPATH%"
+};
 
 class DbConfigList {
  public:
@@ -38,26 +45,26 @@ class DbConfigList {
   DbConfigList& operator=(const DbConfigList&) = delete;
 
   // --- Records (each operation works on one kind's array) ---
-  [[nodiscard]] int GetCount(int kind) const;
-  [[nodiscard]] DbConfig* GetAt(int index, int kind) const;
+  [[nodiscard]] int GetCount(ServerKind kind) const;
+  [[nodiscard]] DbConfig* GetAt(int index, ServerKind kind) const;
   // Takes the record; answers its index.
-  int Add(std::unique_ptr<DbConfig> record, int kind);
+  int Add(std::unique_ptr<DbConfig> record, ServerKind kind);
   // Removes and destroys the record when it is in the kind's array.
-  void Delete_Config(const DbConfig* record, int kind);
-  [[nodiscard]] int HasServer(const std::string& name, int kind) const;
-  [[nodiscard]] DbConfig* FindServer(const discovery::DbServer& server, int kind) const;
-  [[nodiscard]] DbConfig* FindConfig(const DbConfig& record, int kind) const;
+  void Delete_Config(const DbConfig* record, ServerKind kind);
+  [[nodiscard]] int HasServer(const std::string& name, ServerKind kind) const;
+  [[nodiscard]] DbConfig* FindServer(const discovery::DbServer& server, ServerKind kind) const;
+  [[nodiscard]] DbConfig* FindConfig(const DbConfig& record, ServerKind kind) const;
   // The first record whose name is exactly `name`.
-  [[nodiscard]] DbConfig* FindByName(const std::string& name, int kind) const;
-  int PrintServers(int kind);
-  void PrintConfigs(int kind);
+  [[nodiscard]] DbConfig* FindByName(const std::string& name, ServerKind kind) const;
+  int PrintServers(ServerKind kind);
+  void PrintConfigs(ServerKind kind);
 
   // --- The configuration log and the output channels ---
   int OpenLog(const std::string& path, int* error = nullptr) { return log_.OpenLog(path, error); }
   void CloseLog() { log_.CloseLog(); }
   void SetConsole(int console) { log_.SetConsole(console); }
   void LogTimestamped(const char* text) { log_.LogTimestamped(text); }
-  void Output(int channel, const char* format, ...) SQXA_PRINTF(3, 4);
+  void Output(Channel channel, const char* format, ...) SQXA_PRINTF(3, 4);
   [[nodiscard]] support::ConfigLog& Log() { return log_; }
 
   [[nodiscard]] int GetCommonCollector() const { return common_collector_; }
@@ -71,11 +78,11 @@ class DbConfigList {
   void SetPortNumber(const char* variable);
   void SetHostName(const char* variable);
   void SetSecondHostName(const char* variable);
-  [[nodiscard]] std::string GetEtcDir(int form) const;
-  [[nodiscard]] std::string GetLogDir(int form) const;
-  [[nodiscard]] std::string GetPortNumber(int form) const;
-  [[nodiscard]] std::string GetBinDir(int form) const;
-  [[nodiscard]] std::string GetDllDir(int form) const;
+  [[nodiscard]] std::string GetEtcDir(PathForm form) const;
+  [[nodiscard]] std::string GetLogDir(PathForm form) const;
+  [[nodiscard]] std::string GetPortNumber(PathForm form) const;
+  [[nodiscard]] std::string GetBinDir(PathForm form) const;
+  [[nodiscard]] std::string GetDllDir(PathForm form) const;
   [[nodiscard]] const std::string& GetHostName() const { return host_name_; }
   // 1 when `homeDir` is not the home of the default SQL Server instance.
   [[nodiscard]] int IsNamedInstance(const std::string& homeDir);
@@ -85,16 +92,16 @@ class DbConfigList {
 
   // --- Configured instances ---
   // The instance names the include file lists (whose .ini files exist).
-  int GetPreConfigList(int kind, std::vector<std::string>* names);
+  int GetPreConfigList(ServerKind kind, std::vector<std::string>* names);
   // Rebuilds the kind's records from the include file and the registry: 0, or
   // the errno value of an include file or a listed instance file that is there
   // but cannot be read (the list is then incomplete and must not be written).
-  [[nodiscard]] int ScanPreConfig(int kind);
+  [[nodiscard]] int ScanPreConfig(ServerKind kind);
 
   // --- Service numbers ---
-  [[nodiscard]] int GetServiceNumber(int kind, const DbConfig& record);
-  [[nodiscard]] int GetAvailServiceNumber(int kind);
-  int GetAvailServiceNumberbyConfigType(int kind, int ignored);
+  [[nodiscard]] int GetServiceNumber(ServerKind kind, const DbConfig& record);
+  [[nodiscard]] int GetAvailServiceNumber(ServerKind kind);
+  int GetAvailServiceNumberbyConfigType(ServerKind kind, int ignored);
 
  private:
   struct ListedInstance {
@@ -102,11 +109,11 @@ class DbConfigList {
     std::string file_name;  // the name in its instance file's name
   };
   // The instances the include file lists: 0, or why it could not be read.
-  [[nodiscard]] int ReadIncludeFile(int kind, std::vector<ListedInstance>* listed);
-  void OutputV(int channel, const char* format, std::va_list args) SQXA_PRINTF(3, 0);
-  void DumpConfig(const DbConfig& record, int kind);
-  [[nodiscard]] std::vector<std::unique_ptr<DbConfig>>* Records(int kind);
-  [[nodiscard]] const std::vector<std::unique_ptr<DbConfig>>* Records(int kind) const;
+  [[nodiscard]] int ReadIncludeFile(ServerKind kind, std::vector<ListedInstance>* listed);
+  void OutputV(Channel channel, const char* format, std::va_list args) SQXA_PRINTF(3, 0);
+  void DumpConfig(const DbConfig& record, ServerKind kind);
+  [[nodiscard]] std::vector<std::unique_ptr<DbConfig>>* Records(ServerKind kind);
+  [[nodiscard]] const std::vector<std::unique_ptr<DbConfig>>* Records(ServerKind kind) const;
 
   std::string host_name_;
   std::string second_host_name_;

@@ -36,16 +36,16 @@ std::string Variable(const char* name) {
   return value != nullptr ? value.get() : "";
 }
 
-std::string ByForm(const std::string& stored, int form, const std::string& resolved,
+std::string ByForm(const std::string& stored, PathForm form, const std::string& resolved,
                    const char* placeholder, bool stored_beyond_forms) {
   switch (form) {
-    case kFormStored:
+    case PathForm::kStored:
       return stored;
-    case kFormResolved:
+    case PathForm::kResolved:
       return stored.empty() ? resolved : stored;
-    case kFormAtSign:
+    case PathForm::kAtSign:
       return std::string("@") + placeholder + "@";
-    case kFormPercent:
+    case PathForm::kPercent:
       return std::string("%") + placeholder + "%";
     default:
       return stored_beyond_forms ? stored : "";
@@ -95,27 +95,27 @@ void DbConfigList::SetSecondHostName(const char* variable) {
   second_host_name_ = Variable(variable);
 }
 
-std::string DbConfigList::GetEtcDir(int form) const {
-  const bool resolve = form == kFormResolved && etc_dir_.empty();
+std::string DbConfigList::GetEtcDir(PathForm form) const {
+  const bool resolve = form == PathForm::kResolved && etc_dir_.empty();
   return ByForm(etc_dir_, form, resolve ? platform::CurrentDirectory().substr(0, 260) : "",
                 "ETCPATH", true);
 }
 
-std::string DbConfigList::GetLogDir(int form) const {
-  return ByForm(log_dir_, form, GetEtcDir(kFormStored) + "\\logs", "LOGPATH", true);
+std::string DbConfigList::GetLogDir(PathForm form) const {
+  return ByForm(log_dir_, form, GetEtcDir(PathForm::kStored) + "\\logs", "LOGPATH", true);
 }
 
-std::string DbConfigList::GetPortNumber(int form) const {
+std::string DbConfigList::GetPortNumber(PathForm form) const {
   return ByForm(port_number_, form, "1999", "PORTNUMBER", false);
 }
 
-std::string DbConfigList::GetBinDir(int form) const {
-  const bool resolve = form == kFormResolved && bin_dir_.empty();
-  return ByForm(bin_dir_, form, resolve ? GetEtcDir(kFormResolved) : "", "BINPATH", false);
+std::string DbConfigList::GetBinDir(PathForm form) const {
+  const bool resolve = form == PathForm::kResolved && bin_dir_.empty();
+  return ByForm(bin_dir_, form, resolve ? GetEtcDir(PathForm::kResolved) : "", "BINPATH", false);
 }
 
-std::string DbConfigList::GetDllDir(int form) const {
-  return ByForm(dll_dir_, form, GetEtcDir(kFormStored), "DLLPATH", false);
+std::string DbConfigList::GetDllDir(PathForm form) const {
+  return ByForm(dll_dir_, form, GetEtcDir(PathForm::kStored), "DLLPATH", false);
 }
 
 int DbConfigList::IsNamedInstance(const std::string& homeDir) {
@@ -130,9 +130,9 @@ int DbConfigList::IsNamedInstance(const std::string& homeDir) {
   std::string default_home;
   const char* setup = "Software\\Microsoft\\MSSQLServer\\Setup";
   if (const auto key = discovery::openForValues(hive.get(), setup, view); key == nullptr) {
-    Output(1, "Unable to open key : %s\n", setup);
+    Output(Channel::kLog, "Unable to open key : %s\n", setup);
   } else if (discovery::findValue(*key, "SQLPath", discovery::kDataBuffer, &default_home)) {
-    Output(1, "Default home directory : %s\n", default_home.c_str());
+    Output(Channel::kLog, "Default home directory : %s\n", default_home.c_str());
   }
   // Windows paths: letter case does not tell two homes apart.
   return str_icmp(default_home.c_str(), homeDir.c_str()) != 0 ? 1 : 0;

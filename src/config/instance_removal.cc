@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "config/instance_files.h"
 #include "discovery/db_server_list.h"
 #include "platform/files.h"
 #include "platform/service_control.h"
@@ -23,15 +22,18 @@ void RemoveIfPresent(const std::string& path) {
 
 }  // namespace
 
-void RemoveInstanceFiles(int kind, const std::string& directory, const std::string& name) {
-  const InstanceFileNames* files = InstanceFilesOf(kind);
-  if (files == nullptr || files->bat_stem == nullptr) return;
+void RemoveInstanceFiles(ServerKind kind, const std::string& directory, const std::string& name) {
+  const support::KindNames* files = support::NamesOf(kind);
+  if (files == nullptr || !files->scanned) return;
   RemoveIfPresent(directory + "\\" + files->ini_stem + name + ".ini");
   RemoveIfPresent(directory + "\\" + files->bat_stem + name + ".bat");
 }
 
-void RemoveInstanceKey(int kind, const std::string& name, int serviceNumber) {
-  const InstanceFileNames* files = InstanceFilesOf(kind == 1 || kind == 2 ? kind : 3);
+void RemoveInstanceKey(ServerKind kind, const std::string& name, int serviceNumber) {
+  // An Informix instance, or one of an unknown kind, is looked for where a SQL
+  // Server instance would be.
+  const support::KindNames* files = support::NamesOf(
+      kind == ServerKind::kOracle || kind == ServerKind::kSybase ? kind : ServerKind::kSqlServer);
   const std::string key = files->registry_stem + name;
   std::unique_ptr<platform::Registry> hive;
   (void)platform::Registry::Connect("", &hive);

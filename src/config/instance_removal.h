@@ -6,15 +6,18 @@
 #include <string>
 
 #include "platform/registry.h"
+#include "support/server_kind.h"
 
 namespace config {
 
+using support::ServerKind;
+
 // Deletes the instance's management-agent .ini file and start-up .bat file in
 // `directory`; kind 4 has none.
-void RemoveInstanceFiles(int kind, const std::string& directory, const std::string& name);
+void RemoveInstanceFiles(ServerKind kind, const std::string& directory, const std::string& name);
 
 // Deletes the instance's registry key and its two services.
-void RemoveInstanceKey(int kind, const std::string& name, int serviceNumber);
+void RemoveInstanceKey(ServerKind kind, const std::string& name, int serviceNumber);
 
 // Deletes a key with all its subkeys: 1 on success, 0 on failure.
 [[nodiscard]] int DeleteRegistryTree(platform::Registry* root, const std::string& path);

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "config/db_config_list.h"
-#include "config/instance_files.h"
 #include "discovery/registry_lookup.h"
 #include "platform/files.h"
 #include "platform/registry.h"
+#include "support/server_kind.h"
 #include "support/strings.h"
 
 namespace config {
@@ -83,24 +83,26 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
 void ReadRegistration(DbConfigList& list, platform::Registry* hive, const std::string& key_stem,
                       ScannedValues* text, CarriedNumbers* numbers) {
   const std::string key_path = key_stem + "\\Environment";
-  list.Output(1, "ScanPreConfig: registry string: %s\n", key_path.c_str());
+  list.Output(Channel::kLog, "ScanPreConfig: registry string: %s\n", key_path.c_str());
   if (const auto key = discovery::openForValues(hive, key_path, 0); key == nullptr) {
-    list.Output(1, "ScanPreConfig: accessing registry key '%s' failed\n", key_path.c_str());
+    list.Output(Channel::kLog, "ScanPreConfig: accessing registry key '%s' failed\n",
+                key_path.c_str());
   } else {
     platform::RegValue value;
     for (uint32_t i = 0;; ++i) {
-      list.Output(1, "ScanPreConfig: acquiring registry key value #%d\n", static_cast<int>(i));
+      list.Output(Channel::kLog, "ScanPreConfig: acquiring registry key value #%d\n",
+                  static_cast<int>(i));
       if (key->EnumValue(i, &value) != platform::kRegSuccess) {
-        list.Output(1, "ScanPreConfig: acquiring registry key value #%d failed\n",
+        list.Output(Channel::kLog, "ScanPreConfig: acquiring registry key value #%d failed\n",
                     static_cast<int>(i));
         break;
       }
       const bool secret = str_icmp(value.name.c_str(), "COLL_PASSWORD") == 0;
-      list.Output(1, "ScanPreConfig: acquired registry key value #%d (%s) = '%s'\n",
+      list.Output(Channel::kLog, "ScanPreConfig: acquired registry key value #%d (%s) = '%s'\n",
                   static_cast<int>(i), value.name.c_str(),
                   secret ? support::MaskedSecret(value.data) : value.data.c_str());
       if (!Take(value, text, numbers)) {
-        list.Output(1, "ScanPreConfig: ignoring registry key value #%d: '%s'\n",
+        list.Output(Channel::kLog, "ScanPreConfig: ignoring registry key value #%d: '%s'\n",
                     static_cast<int>(i), value.name.c_str());
       }
     }
@@ -128,17 +130,17 @@ int FileStatus(const std::string& path) {
 
 }  // namespace
 
-int DbConfigList::GetPreConfigList(int kind, std::vector<std::string>* names) {
+int DbConfigList::GetPreConfigList(ServerKind kind, std::vector<std::string>* names) {
   std::vector<ListedInstance> listed;
   if (ReadIncludeFile(kind, &listed) != 0 || listed.empty()) return 0;
   for (ListedInstance& instance : listed) names->push_back(std::move(instance.name));
   return static_cast<int>(names->size());
 }
 
-int DbConfigList::ReadIncludeFile(int kind, std::vector<ListedInstance>* listed) {
-  const InstanceFileNames* files = InstanceFilesOf(kind);
-  if (files == nullptr || files->include_file == nullptr) return 0;
-  const std::string etc = GetEtcDir(kFormResolved);
+int DbConfigList::ReadIncludeFile(ServerKind kind, std::vector<ListedInstance>* listed) {
+  const support::KindNames* files = support::NamesOf(kind);
+  if (files == nullptr || !files->scanned) return 0;
+  const std::string etc = GetEtcDir(PathForm::kResolved);
   const std::string include = etc + "\\" + files->include_file;
   const std::string prefix = "Add=" + etc + "\\" + files->ini_stem;
   const std::string_view stem = files->ini_stem;
@@ -173,10 +175,10 @@ int DbConfigList::ReadIncludeFile(int kind, std::vector<ListedInstance>* listed)
     const size_t dot = line.find('.');
     const std::string name =
         dot == std::string::npos || dot < start ? "" : line.substr(start, dot - start);
-    Output(1, "GetPreConfigList: csPrefix: %s\n", prefix.c_str());
-    Output(1, "GetPreConfigList: csTempName: %s\n", line.c_str());
-    Output(1, "GetPreConfigList: csTempName2: %s\n", path.c_str());
-    Output(1, "GetPreConfigList: csServerName: %s\n", name.c_str());
+    Output(Channel::kLog, "GetPreConfigList: csPrefix: %s\n", prefix.c_str());
+    Output(Channel::kLog, "GetPreConfigList: csTempName: %s\n", line.c_str());
+    Output(Channel::kLog, "GetPreConfigList: csTempName2: %s\n", path.c_str());
+    Output(Channel::kLog, "GetPreConfigList: csServerName: %s\n", name.c_str());
     bool known = false;
     for (const ListedInstance& existing : *listed) known = known || existing.name == name;
     if (!known) listed->push_back({name, NameInFileName(path, stem)});
@@ -184,22 +186,23 @@ int DbConfigList::ReadIncludeFile(int kind, std::vector<ListedInstance>* listed)
   return 0;
 }
 
-int DbConfigList::ScanPreConfig(int kind) {
-  Output(1, "ScanPreConfig: enter\n");
+int DbConfigList::ScanPreConfig(ServerKind kind) {
+  Output(Channel::kLog, "ScanPreConfig: enter\n");
   std::vector<ListedInstance> listed;
   if (const int status = ReadIncludeFile(kind, &listed); status != 0) {
-    Output(1, "ScanPreConfig: the include file could not be read, errno =%d\n", status);
+    Output(Channel::kLog, "ScanPreConfig: the include file could not be read, errno =%d\n", status);
     return status;
   }
-  Output(1, "ScanPreConfig: After GetPreConfigList :ServerCount[%d]\n",
+  Output(Channel::kLog, "ScanPreConfig: After GetPreConfigList :ServerCount[%d]\n",
          static_cast<int>(listed.size()));
 
-  const InstanceFileNames* files = InstanceFilesOf(kind);
+  const support::KindNames* files = support::NamesOf(kind);
   std::unique_ptr<platform::Registry> hive;
   (void)platform::Registry::Connect("", &hive);
   CarriedNumbers numbers;
   for (size_t n = 0; n < listed.size(); ++n) {
-    Output(1, "ScanPreConfig: discovering config for configured server #%d\n", static_cast<int>(n));
+    Output(Channel::kLog, "ScanPreConfig: discovering config for configured server #%d\n",
+           static_cast<int>(n));
     ScannedValues text;
     ReadRegistration(*this, hive.get(), files->registry_stem + listed[n].name, &text, &numbers);
     // A directory with a "." before the stem names the instance wrongly; its
@@ -214,7 +217,8 @@ int DbConfigList::ScanPreConfig(int kind) {
     // got and removed, and so that it keeps its line in the include file.
     const bool registered = !text.server_id.empty();
     if (!registered && !listed[n].file_name.empty()) {
-      Output(1, "ScanPreConfig: no registered name; naming the server '%s' after its file\n",
+      Output(Channel::kLog,
+             "ScanPreConfig: no registered name; naming the server '%s' after its file\n",
              listed[n].file_name.c_str());
       text.server_id = listed[n].file_name;
     }
@@ -226,7 +230,7 @@ int DbConfigList::ScanPreConfig(int kind) {
     record->setVersion(text.version);
     record->setHomeDir(text.home);
     record->setErrorLog(text.errorlog);
-    record->setServerType(kind);
+    record->setServerType(support::KindNumber(kind));
     record->setWinAuthentication(text.win_auth);
     record->setLongLiveConnect(text.long_live);
     record->setIncludeDbNames(text.include_names);
@@ -239,13 +243,14 @@ int DbConfigList::ScanPreConfig(int kind) {
     record->setErrorlogStartupMaxEventRow(numbers.startup_rows);
     record->setErrorlogStartupMaxTime(numbers.startup_time);
     record->setErrorlogMaxEventRow(numbers.max_rows);
-    if (kind == 3) {
-      Output(1, "ScanPreConfig: setting MS SQL cluster server name '%s'\n", text.cluster.c_str());
+    if (kind == ServerKind::kSqlServer) {
+      Output(Channel::kLog, "ScanPreConfig: setting MS SQL cluster server name '%s'\n",
+             text.cluster.c_str());
       record->setClusterServer(text.cluster);
       record->setExtendedParams(text.disable_cursors);
-    } else if (kind == 2) {
+    } else if (kind == ServerKind::kSybase) {
       record->setOcsDir(text.ocs);
-    } else if (kind == 1) {
+    } else if (kind == ServerKind::kOracle) {
       record->setTnsAdmin(text.tns_admin);
       record->setExtendedParams(text.disable_cursors);
     }
@@ -253,16 +258,16 @@ int DbConfigList::ScanPreConfig(int kind) {
     record->setServiceNumber(text.service_number);
     if (text.service_number == -1) {
       const int number = GetServiceNumber(kind, *record);
-      Output(1,
+      Output(Channel::kLog,
              "ScanPreConfig: setting missing service number for server '%s' "
              ":GetServiceNumber:[%d]\n",
              record->getServerName().c_str(), number);
       record->setServiceNumber(number);
     }
-    Output(1, "ScanPreConfig: add configured server:\n");
+    Output(Channel::kLog, "ScanPreConfig: add configured server:\n");
     Add(std::move(record), kind);
   }
-  Output(1, "ScanPreConfig: exit\n");
+  Output(Channel::kLog, "ScanPreConfig: exit\n");
   return 0;
 }
 

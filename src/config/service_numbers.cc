@@ -6,9 +6,9 @@
 #include <string>
 
 #include "config/db_config_list.h"
-#include "config/instance_files.h"
 #include "platform/files.h"
 #include "support/memory.h"
+#include "support/server_kind.h"
 
 namespace config {
 
@@ -44,15 +44,15 @@ constexpr size_t kPasswordEntryLength = sizeof kPasswordEntry - 1;
 
 }  // namespace
 
-int DbConfigList::GetServiceNumber(int kind, const DbConfig& record) {
-  Output(1, "\nGetServiceNumber: enter\n");
-  const InstanceFileNames* files = kind >= 1 && kind <= 4 ? InstanceFilesOf(kind) : nullptr;
+int DbConfigList::GetServiceNumber(ServerKind kind, const DbConfig& record) {
+  Output(Channel::kLog, "\nGetServiceNumber: enter\n");
+  const support::KindNames* files = support::NamesOf(kind);
   if (files == nullptr) return -2;
   const std::string path =
-      GetEtcDir(kFormResolved) + "\\" + files->ini_stem + record.getServerName() + ".ini";
+      GetEtcDir(PathForm::kResolved) + "\\" + files->ini_stem + record.getServerName() + ".ini";
   const platform::File file = platform::OpenFile(path, "r");
   if (file == nullptr) {
-    Output(1, "\nERROR: can't open file '%s'\n", path.c_str());
+    Output(Channel::kLog, "\nERROR: can't open file '%s'\n", path.c_str());
     return -3;
   }
   const size_t prefix_length = std::strlen(files->agent_section);
@@ -61,7 +61,7 @@ int DbConfigList::GetServiceNumber(int kind, const DbConfig& record) {
   // longer than one read.
   bool in_password = false;
   while (std::fgets(line, sizeof line, file.get()) != nullptr) {
-    Output(1, "GetServiceNumber: read line\n");
+    Output(Channel::kLog, "GetServiceNumber: read line\n");
     const bool continued = in_password;
     const size_t length = std::strlen(line);
     const bool whole = length > 0 && line[length - 1] == '\n';
@@ -72,80 +72,84 @@ int DbConfigList::GetServiceNumber(int kind, const DbConfig& record) {
     const std::string shown = !secret     ? std::string(line)
                               : continued ? std::string(support::kMask) + (whole ? "\n" : "")
                                           : std::string(kPasswordEntry) + support::kMask + "\n";
-    Output(1, "GetServiceNumber: Comparing line '%s' with '%s'\n", shown.c_str(),
+    Output(Channel::kLog, "GetServiceNumber: Comparing line '%s' with '%s'\n", shown.c_str(),
            files->agent_section);
     if (std::strncmp(line, files->agent_section, prefix_length) != 0) continue;
     const char* rest = line + prefix_length;
-    Output(1, "GetServiceNumber: Line match, strNum is '%s'\n", rest);
+    Output(Channel::kLog, "GetServiceNumber: Line match, strNum is '%s'\n", rest);
     const int number = std::atoi(rest);
-    Output(1, "GetServiceNumber: Returning %d\n", number);
-    Output(1, "GetServiceNumber: exit\n");
+    Output(Channel::kLog, "GetServiceNumber: Returning %d\n", number);
+    Output(Channel::kLog, "GetServiceNumber: exit\n");
     return number;
   }
-  Output(1, "GetServiceNumber: exit\n");
+  Output(Channel::kLog, "GetServiceNumber: exit\n");
   return -1;
 }
 
-int DbConfigList::GetAvailServiceNumber(int kind) {
+int DbConfigList::GetAvailServiceNumber(ServerKind kind) {
   int result = -10;
-  Output(1, "\nGetAvailServiceNumber: enter\n");
-  if (kind < 1 || kind > 4) {
-    Output(1, "\nERROR: invalid db type '%d'\n", kind);
-    Output(1, "GetAvailServiceNumber: exit, availnum=%d\n", -1);
+  Output(Channel::kLog, "\nGetAvailServiceNumber: enter\n");
+  if (support::NamesOf(kind) == nullptr) {
+    Output(Channel::kLog, "\nERROR: invalid db type '%d'\n", support::KindNumber(kind));
+    Output(Channel::kLog, "GetAvailServiceNumber: exit, availnum=%d\n", -1);
     return -1;
   }
   const int maximum = VDBServerMaxInstances(kind);
-  Output(1, "GetAvailServiceNumber: Initializing boolean array to a size of %d\n", maximum);
+  Output(Channel::kLog, "GetAvailServiceNumber: Initializing boolean array to a size of %d\n",
+         maximum);
   NumberFlags flags(maximum);
   if (!flags.ok()) {
-    Output(1, "\nERROR: unable to alloc bool array'\n");
-    Output(1, "GetAvailServiceNumber: exit, availnum=%d\n", -2);
+    Output(Channel::kLog, "\nERROR: unable to alloc bool array'\n");
+    Output(Channel::kLog, "GetAvailServiceNumber: exit, availnum=%d\n", -2);
     return -2;
   }
   Output(
-      1,
+      Channel::kLog,
       "GetAvailServiceNumber: Initializing current service numbers in use, there are %d of them\n",
       GetCount(kind));
   for (int i = 0; i < GetCount(kind); ++i) {
     const DbConfig& record = *GetAt(i, kind);
     const std::string name = record.getServerName();
-    Output(1, "GetAvailServiceNumber: Got a configured server '%s'\n", name.c_str());
+    Output(Channel::kLog, "GetAvailServiceNumber: Got a configured server '%s'\n", name.c_str());
     const int number = GetServiceNumber(kind, record);
-    Output(1, "GetAvailServiceNumber: server '%s' service number is %d\n", name.c_str(), number);
+    Output(Channel::kLog, "GetAvailServiceNumber: server '%s' service number is %d\n", name.c_str(),
+           number);
     if (number < 0) {
-      Output(1, "ERROR: unable to obtain service num for '%s'\n", name.c_str());
-      Output(1, "GetAvailServiceNumber: exit, availnum=%d\n", -3);
+      Output(Channel::kLog, "ERROR: unable to obtain service num for '%s'\n", name.c_str());
+      Output(Channel::kLog, "GetAvailServiceNumber: exit, availnum=%d\n", -3);
       return -3;
     }
-    Output(1, "GetAvailServiceNumber: Setting service number %d as unavailable\n", number);
+    Output(Channel::kLog, "GetAvailServiceNumber: Setting service number %d as unavailable\n",
+           number);
     flags.take(number);
   }
-  Output(1, "GetAvailServiceNumber: Hunting for available service number\n");
+  Output(Channel::kLog, "GetAvailServiceNumber: Hunting for available service number\n");
   for (int number = 0; number < maximum; ++number) {
-    Output(1, "GetAvailServiceNumber: Checking boolean array[%d]\n", number);
+    Output(Channel::kLog, "GetAvailServiceNumber: Checking boolean array[%d]\n", number);
     if (!flags.taken(number)) {
-      Output(1, "GetAvailServiceNumber: Service number %d is available\n", number);
+      Output(Channel::kLog, "GetAvailServiceNumber: Service number %d is available\n", number);
       result = number;
       break;
     }
   }
   if (result < 0) {
-    Output(1, "GetAvailServiceNumber: Maximum instances (%d) are already configured\n", maximum);
+    Output(Channel::kLog, "GetAvailServiceNumber: Maximum instances (%d) are already configured\n",
+           maximum);
   }
-  Output(1, "GetAvailServiceNumber: exit, availnum=%d\n", result);
+  Output(Channel::kLog, "GetAvailServiceNumber: exit, availnum=%d\n", result);
   return result;
 }
 
-int DbConfigList::GetAvailServiceNumberbyConfigType(int kind, int /*ignored*/) {
-  Output(1, "\nGetAvailServiceNumberbyConfigType: enter\n");
-  if (kind < 1 || kind > 4) {
-    Output(1, "\nERROR: invalid db type '%d'\n", kind);
+int DbConfigList::GetAvailServiceNumberbyConfigType(ServerKind kind, int /*ignored*/) {
+  Output(Channel::kLog, "\nGetAvailServiceNumberbyConfigType: enter\n");
+  if (support::NamesOf(kind) == nullptr) {
+    Output(Channel::kLog, "\nERROR: invalid db type '%d'\n", support::KindNumber(kind));
     return -1;
   }
   const int maximum = VDBServerMaxInstances(kind);
   NumberFlags flags(maximum);
   if (!flags.ok()) {
-    Output(1, "\nERROR: unable to alloc bool array'\n");
+    Output(Channel::kLog, "\nERROR: unable to alloc bool array'\n");
     return -2;
   }
   for (int i = 0; i < GetCount(kind); ++i) {
@@ -154,19 +158,20 @@ int DbConfigList::GetAvailServiceNumberbyConfigType(int kind, int /*ignored*/) {
     const int number = record.getServiceNumber();
     const int type = record.getConfigType();
     if (type != kConfigScanned && type != kConfigChanged) {
-      Output(1, "Server [%s] SERVICE NUMBER [%d] NOT IN USE , Configtype[%d]\n", name.c_str(),
-             number, type);
+      Output(Channel::kLog, "Server [%s] SERVICE NUMBER [%d] NOT IN USE , Configtype[%d]\n",
+             name.c_str(), number, type);
     } else if (number >= 0) {
-      Output(1, "Server [%s] SERVICE NUMBER [%d] IN USE, Config Type[%d]\n", name.c_str(), number,
-             type);
+      Output(Channel::kLog, "Server [%s] SERVICE NUMBER [%d] IN USE, Config Type[%d]\n",
+             name.c_str(), number, type);
       flags.take(number);
     } else {
-      Output(1, "ERROR: unable to obtain service num for '%s'\n", name.c_str());
+      Output(Channel::kLog, "ERROR: unable to obtain service num for '%s'\n", name.c_str());
       record.setConfigType(kConfigNew);
-      Output(1, "MODIFY: change CONFIG TYPE [%s] to 'CONFIG_NEW'\n", name.c_str());
+      Output(Channel::kLog, "MODIFY: change CONFIG TYPE [%s] to 'CONFIG_NEW'\n", name.c_str());
     }
   }
-  Output(1, "GetAvailServiceNumberbyConfigType: Hunting for available service number\n");
+  Output(Channel::kLog,
+         "GetAvailServiceNumberbyConfigType: Hunting for available service number\n");
   for (int i = 0; i < GetCount(kind); ++i) {
     DbConfig& record = *GetAt(i, kind);
     if (record.getConfigType() != kConfigNew && record.getConfigType() != kConfigNone) continue;
@@ -174,12 +179,12 @@ int DbConfigList::GetAvailServiceNumberbyConfigType(int kind, int /*ignored*/) {
       if (flags.taken(number)) continue;
       record.setServiceNumber(number);
       flags.take(number);
-      Output(1, "Assigned ServiceNumber[%d] : Server [%s] \n", number,
+      Output(Channel::kLog, "Assigned ServiceNumber[%d] : Server [%s] \n", number,
              record.getServerName().c_str());
       break;
     }
   }
-  Output(1, "GetAvailServiceNumberbyConfigType: exit\n");
+  Output(Channel::kLog, "GetAvailServiceNumberbyConfigType: exit\n");
   return 0;
 }
 

@@ -17,30 +17,32 @@ DbServerList::~DbServerList() {
   }
 }
 
-const std::vector<std::unique_ptr<DbServer>>* DbServerList::list(int kind) const {
-  return kind >= 0 && kind < kKindSlots ? &lists_[static_cast<size_t>(kind)] : nullptr;
+const std::vector<std::unique_ptr<DbServer>>* DbServerList::list(ServerKind kind) const {
+  const int slot = support::KindNumber(kind);
+  return slot >= 0 && slot < kKindSlots ? &lists_[static_cast<size_t>(slot)] : nullptr;
 }
 
-int DbServerList::count(int kind) const {
+int DbServerList::count(ServerKind kind) const {
   const auto* servers = list(kind);
   return servers != nullptr ? static_cast<int>(servers->size()) : 0;
 }
 
-DbServer* DbServerList::at(int index, int kind) const {
+DbServer* DbServerList::at(int index, ServerKind kind) const {
   const auto* servers = list(kind);
   if (servers == nullptr || index < 0 || index >= static_cast<int>(servers->size())) return nullptr;
   return (*servers)[static_cast<size_t>(index)].get();
 }
 
-int DbServerList::add(std::unique_ptr<DbServer>& server, int kind) {
-  if (kind < 0 || kind >= kKindSlots || server == nullptr) return count(kind);
-  auto& servers = lists_[static_cast<size_t>(kind)];
+int DbServerList::add(std::unique_ptr<DbServer>& server, ServerKind kind) {
+  const int slot = support::KindNumber(kind);
+  if (slot < 0 || slot >= kKindSlots || server == nullptr) return count(kind);
+  auto& servers = lists_[static_cast<size_t>(slot)];
   if (static_cast<int>(servers.size()) >= kMaxServersPerKind) return count(kind);
   servers.push_back(std::move(server));
   return count(kind);
 }
 
-DbServer* DbServerList::find(const std::string& name, int kind) const {
+DbServer* DbServerList::find(const std::string& name, ServerKind kind) const {
   const auto* servers = list(kind);
   if (servers == nullptr) return nullptr;
   for (const auto& server : *servers) {
@@ -49,17 +51,18 @@ DbServer* DbServerList::find(const std::string& name, int kind) const {
   return nullptr;
 }
 
-void DbServerList::readDetails(int kind) {
-  if (kind < 0 || kind >= kKindSlots) return;
-  for (auto& server : lists_[static_cast<size_t>(kind)]) server->readDetails();
+void DbServerList::readDetails(ServerKind kind) {
+  const auto* servers = list(kind);
+  if (servers == nullptr) return;
+  for (const auto& server : *servers) server->readDetails();
 }
 
-void DbServerList::print(int kind) const {
-  static const char* const kTitles[] = {nullptr, "Oracle", "Sybase", "MSSQL", "INFORMIX"};
-  if (kind < 1 || kind > 4) return;
-  std::printf("\n\n\t\t\tList of %s Server found on the system\n", kTitles[kind]);
+void DbServerList::print(ServerKind kind) const {
+  const support::KindNames* names = support::NamesOf(kind);
+  if (names == nullptr) return;
+  std::printf("\n\n\t\t\tList of %s Server found on the system\n", names->title);
   std::printf("\t\t=======================================================\n");
-  const auto& servers = lists_[static_cast<size_t>(kind)];
+  const auto& servers = *list(kind);
   for (size_t i = 0; i < servers.size(); ++i) {
     std::printf("\t\t%d) %s\n", static_cast<int>(i + 1), servers[i]->getServerName().c_str());
   }

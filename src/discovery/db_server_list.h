@@ -9,8 +9,11 @@
 
 #include "discovery/db_server.h"
 #include "platform/printf_format.h"
+#include "support/server_kind.h"
 
 namespace discovery {
+
+using support::ServerKind;
 
 inline constexpr int kMaxServersPerKind = 50;
 inline constexpr int kKindSlots = 50;
@@ -23,22 +26,22 @@ class DbServerList {
   DbServerList& operator=(const DbServerList&) = delete;
 
   [[nodiscard]] const std::string& getMachine() const { return machine_; }
-  [[nodiscard]] int count(int kind) const;
-  [[nodiscard]] DbServer* at(int index, int kind) const;
+  [[nodiscard]] int count(ServerKind kind) const;
+  [[nodiscard]] DbServer* at(int index, ServerKind kind) const;
   // Appends `server` under `kind` and takes it; a full list refuses it (the
   // caller keeps it) and answers the current count.
-  int add(std::unique_ptr<DbServer>& server, int kind);
+  int add(std::unique_ptr<DbServer>& server, ServerKind kind);
   // The first server of the kind whose name matches without regard to case.
-  [[nodiscard]] DbServer* find(const std::string& name, int kind) const;
-  void readDetails(int kind);
+  [[nodiscard]] DbServer* find(const std::string& name, ServerKind kind) const;
+  void readDetails(ServerKind kind);
   // Writes the kind's servers to standard output; kinds other than 1 to 4 print nothing.
-  void print(int kind) const;
+  void print(ServerKind kind) const;
 
   [[nodiscard]] int is64BitWindows() const { return is_64bit_windows_; }
   void set64BitWindows(int value) { is_64bit_windows_ = value; }
 
  private:
-  [[nodiscard]] const std::vector<std::unique_ptr<DbServer>>* list(int kind) const;
+  [[nodiscard]] const std::vector<std::unique_ptr<DbServer>>* list(ServerKind kind) const;
 
   std::string machine_;
   std::array<std::vector<std::unique_ptr<DbServer>>, kKindSlots> lists_;

@@ -10,6 +10,7 @@
 #include "platform/files.h"
 #include "platform/registry.h"
 #include "platform/system.h"
+#include "support/server_kind.h"
 #include "support/strings.h"
 
 namespace discovery {
@@ -98,11 +99,12 @@ void ScanHome(platform::Registry* hive, const std::string& path, uint32_t option
     server->setVersion(version);
     server->setServiceName("OracleService" + sid);
     server->setErrorLogName(old_release ? sid + "alrt.log" : "alert_" + sid + ".log");
-    server->setExtraText3(found.has_tns_admin ? found.tns_admin : found.home + "\\network\\admin");
+    server->setExtraText3(found.has_tns_admin ? found.tns_admin
+                                              : support::DefaultTnsAdmin(found.home));
     server->setExtraText2(found.base);
     server->setInitFileName(found.init_file);
     std::unique_ptr<DbServer> record = std::move(server);
-    list->add(record, 1);
+    list->add(record, ServerKind::kOracle);
   }
 }
 

@@ -151,7 +151,7 @@ void ScanRelease(DbServerList* list, uint32_t options, int major) {
     server->setExtraText2("");
     server->setTcpPort(port);
     std::unique_ptr<DbServer> record = std::move(server);
-    list->add(record, 3);
+    list->add(record, ServerKind::kSqlServer);
     localConfigLog(is2008 ? "SQL server 2008 Instance '%s' is found \n"
                           : "SQL Server 2005 instance '%s' is found \n",
                    name);

@@ -60,7 +60,7 @@ void scanSybaseServers(DbServerList* list) {
     server->setAddedText1(ArgumentValue(*parameters, "Arg0"));
     server->setErrorLogName(ArgumentValue(*parameters, "Arg2"));
     std::unique_ptr<DbServer> record = std::move(server);
-    list->add(record, 2);
+    list->add(record, ServerKind::kSybase);
   }
 }
 

@@ -26,7 +26,7 @@ void WriteSettings(const config::DbConfig& record, const std::string& password,
   section->writeEntry("db_ver", record.getVersion());
   section->writeEntry("db_home", record.getHomeDir());
   section->writeEntry("db_errorlog", record.getErrorLog());
-  if (GetServerKind() == kServerSqlServer) {
+  if (support::GetServerKind() == support::ServerKind::kSqlServer) {
     section->writeEntry("db_winauth", Flag(record.getWinAuthentication()));
     section->writeEntry("db_lldbconn", Flag(record.getLongLiveConnect()));
     section->writeEntry("db_extparms", record.getExtendedParams());
@@ -37,11 +37,12 @@ void WriteSettings(const config::DbConfig& record, const std::string& password,
     section->writeEntry("db_tbld_coll_stime_hour", std::to_string(record.getTbldCtimeHrs()));
     section->writeEntry("db_tbld_coll_stime_minute", std::to_string(record.getTbldCtimeMins()));
   }
-  if (GetServerKind() == kServerSybase) section->writeEntry("SYBASE_OCS", record.getOcsDir());
+  if (support::GetServerKind() == support::ServerKind::kSybase)
+    section->writeEntry("SYBASE_OCS", record.getOcsDir());
   // Every stream ends with the Oracle entries: the library sets the kind to
   // Oracle at this point, and the framework's readers expect the two lines.
-  SetServerKind(kServerOracle);
-  if (GetServerKind() != 0) {
+  support::SetServerKind(support::ServerKind::kOracle);
+  if (support::GetServerKind() != support::ServerKind::kNone) {
     section->writeEntry("db_tns", record.getTnsAdmin());
     section->writeEntry("db_extparms", record.getExtendedParams());
   }
@@ -63,7 +64,7 @@ int doConfigGet(const char* msn) {
   }
   RAS1_Printf(RAS1_DETAIL, "doConfigGet", "Getting config for instance: %s", instance.c_str());
   const std::unique_ptr<DbConfigList> configured = getDbConfigList(instance);
-  const int kind = GetServerKind();
+  const support::ServerKind kind = support::GetServerKind();
   // A list that could not be read whole finds nothing: a get never answers
   // from part of the configuration.
   const bool scanned = configured != nullptr && scanConfiguredInstances(configured.get());

@@ -44,26 +44,26 @@ const char* StoredFlag(const VFW::ConfigSection& settings, const char* name) {
 }
 
 // The settings that only some kinds have. Answers 0 or the put's status.
-int StoreKindSettings(const VFW::ConfigSection& settings, int kind, const std::string& home,
-                      config::DbConfig* record) {
-  if (kind == kServerOracle) {
+int StoreKindSettings(const VFW::ConfigSection& settings, support::ServerKind kind,
+                      const std::string& home, config::DbConfig* record) {
+  if (kind == support::ServerKind::kOracle) {
     std::string tns;
     if (!settings.readEntry("db_tns", &tns)) {
-      tns = home + "\\network\\admin";
+      tns = support::DefaultTnsAdmin(home);
       RAS1_Printf(RAS1_DETAIL, kFunction,
                   "db_tns property not supplied. Setting to default location %s.", tns.c_str());
     } else if (tns.empty()) {
-      tns = home + "\\network\\admin";
+      tns = support::DefaultTnsAdmin(home);
       RAS1_Printf(RAS1_DETAIL, kFunction,
                   "db_tns property is blank. Setting to default location %s.", tns.c_str());
     }
     record->setTnsAdmin(tns);
   }
-  if (kind == kServerSqlServer || kind == kServerOracle) {
+  if (kind == support::ServerKind::kSqlServer || kind == support::ServerKind::kOracle) {
     record->setExtendedParams(Optional(
         settings, "db_extparms", "", "db_extparms property not supplied. Setting to NULL string."));
   }
-  if (kind == kServerSqlServer) {
+  if (kind == support::ServerKind::kSqlServer) {
     record->setIncludeDbNames(Optional(
         settings, "db_include", "", "db_include property not supplied. Setting to NULL string."));
     record->setTbldDailyFrequency(
@@ -83,7 +83,7 @@ int StoreKindSettings(const VFW::ConfigSection& settings, int kind, const std::s
         Number(settings, "db_tbld_coll_stime_minute",
                "db_tbld_monthly property not supplied. Setting to 0 (00 MIN)."));
   }
-  if (kind == kServerSybase) {
+  if (kind == support::ServerKind::kSybase) {
     std::string ocs;
     if (!settings.readEntry("SYBASE_OCS", &ocs)) {
       REPORT_ERROR("Missing required property: %s", "COLL_SYBASE_OCS");
@@ -143,7 +143,7 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
     return status(101);
   }
   if (!scanConfiguredInstances(configured.get())) return status(101);
-  const int kind = GetServerKind();
+  const support::ServerKind kind = support::GetServerKind();
   // An existing record is completed where it stands in the list; a new one
   // joins the list only once its files are written.
   config::DbConfig* existing = configured->FindByName(instanceName, kind);
@@ -205,11 +205,11 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
       RAS1_Printf(RAS1_DETAIL, kFunction,
                   "db_errorlog property not supplied. Setting to default location.");
     }
-    if (default_errorlog || kind == kServerSqlServer) {
+    if (default_errorlog || kind == support::ServerKind::kSqlServer) {
       errorlog = home + "\\log\\errorlog";
       REPORT_ERROR("Using default error log file location: %s", errorlog.c_str());
       (void)checkFileExists(errorlog);
-    } else if (kind == kServerOracle) {
+    } else if (kind == support::ServerKind::kOracle) {
       errorlog = "alert_" + instanceName + ".log";
       RAS1_Printf(RAS1_DETAIL, kFunction,
                   "db_errorlog property is missing. Using default error log file: %s",
@@ -218,7 +218,7 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
       REPORT_ERROR("Missing required property: %s", "db_errorlog");
       return status(4);
     }
-  } else if (errorlog.empty() && kind == kServerOracle) {
+  } else if (errorlog.empty() && kind == support::ServerKind::kOracle) {
     errorlog = "alert_" + instanceName + ".log";
     RAS1_Printf(RAS1_DETAIL, kFunction,
                 "db_errorlog property is blank. Using default error log file: '%s'",
@@ -230,11 +230,12 @@ int updateInstance(const std::string& instanceName, const VFW::InstanceConfig& i
   record.setVersion(version);
   record.setHomeDir(home);
   record.setErrorLog(errorlog);
-  record.setServerType(kind);
-  if (kind == kServerSqlServer) {
+  record.setServerType(support::KindNumber(kind));
+  if (kind == support::ServerKind::kSqlServer) {
     record.setWinAuthentication(StoredFlag(*settings, "db_winauth"));
     record.setLongLiveConnect(StoredFlag(*settings, "db_lldbconn"));
-    const discovery::DbServer* server = discovered->find(record.getServerName(), kServerSqlServer);
+    const discovery::DbServer* server =
+        discovered->find(record.getServerName(), support::ServerKind::kSqlServer);
     const char* computer = std::getenv("COMPUTERNAME");
     const std::string cluster =
         server != nullptr ? server->getClusterName() : (computer != nullptr ? computer : "");

@@ -19,10 +19,10 @@ namespace {
 // The product this build configures.
 constexpr const char* kProductCode = "sq";
 
-int ServerKindOf(const char* product) {
-  if (std::strcmp(product, "or") == 0) return kServerOracle;
-  if (std::strcmp(product, "sq") != 0) return kServerSybase;
-  return kServerSqlServer;
+support::ServerKind ServerKindOf(const char* product) {
+  if (std::strcmp(product, "or") == 0) return support::ServerKind::kOracle;
+  if (std::strcmp(product, "sq") != 0) return support::ServerKind::kSybase;
+  return support::ServerKind::kSqlServer;
 }
 
 }  // namespace
@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
     RAS1_Event("main", RAS1_EV_EXIT, 1);
     return 1;
   }
-  SetServerKind(ServerKindOf(kProductCode));
+  support::SetServerKind(ServerKindOf(kProductCode));
   const char* msn = argc == 3 && argv[2][0] != '\0' ? argv[2] : nullptr;
 
   int status = 0;

@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 
-#include "config/instance_files.h"
 #include "driver/directory_lock.h"
 #include "driver/external_commands.h"
 #include "driver/instance_name.h"
@@ -26,13 +25,15 @@ constexpr const char* kFunction = "doRemoveInstance";
 // that the instance stays listed, with its files, and can be got, put and
 // removed again. `configured` no longer holds the instance. 0, or 6 after the
 // report of what failed.
-int RemoveInstanceFiles(DbConfigList& configured, int kind, const std::string& instance) {
-  const config::InstanceFileNames* names = config::InstanceFilesOf(kind);
-  if (names == nullptr || names->include_file == nullptr || names->bat_stem == nullptr) {
-    REPORT_ERROR("Unable to remove the files of an instance of server kind %d", kind);
+int RemoveInstanceFiles(DbConfigList& configured, support::ServerKind kind,
+                        const std::string& instance) {
+  const support::KindNames* names = support::NamesOf(kind);
+  if (names == nullptr || !names->scanned) {
+    REPORT_ERROR("Unable to remove the files of an instance of server kind %d",
+                 support::KindNumber(kind));
     return 6;
   }
-  const std::string etc = configured.GetEtcDir(config::kFormResolved) + "\\";
+  const std::string etc = configured.GetEtcDir(config::PathForm::kResolved) + "\\";
   const std::string include = etc + names->include_file;
   const std::string files[] = {etc + names->ini_stem + instance + ".ini",
                                etc + names->bat_stem + instance + ".bat"};
@@ -102,7 +103,7 @@ int doRemoveInstance(const char* msn) {
     return status(3);
   }
   if (!scanConfiguredInstances(configured.get())) return status(3);
-  const int kind = GetServerKind();
+  const support::ServerKind kind = support::GetServerKind();
   RAS1_Printf(RAS1_DETAIL, kFunction, "Found %d configured servers", configured->GetCount(kind));
   const config::DbConfig* record = configured->FindByName(instance, kind);
   if (record == nullptr) {

@@ -17,15 +17,15 @@ std::unique_ptr<DbServerList> getDbServerList() {
   Ras1Scope trace("getDbServerList");
   auto list = std::make_unique<DbServerList>("");
   discovery::setDiscoveryVerbose(false);
-  const int kind = GetServerKind();
+  const support::ServerKind kind = support::GetServerKind();
   switch (kind) {
-    case kServerOracle:
+    case support::ServerKind::kOracle:
       discovery::scanOracleServers(list.get());
       break;
-    case kServerSybase:
+    case support::ServerKind::kSybase:
       discovery::scanSybaseServers(list.get());
       break;
-    case kServerSqlServer:
+    case support::ServerKind::kSqlServer:
       discovery::scanSqlServerInstances(list.get());
       break;
     default:
@@ -61,17 +61,17 @@ std::unique_ptr<DbConfigList> getDbConfigList(const std::string& instanceName) {
     REPORT_ERROR("The log %s is a symbolic link; the run goes on without it", log.c_str());
   }
   list->SetConsole(0);
-  list->Output(1, "\n\nStart Config -------------------------------------\n");
+  list->Output(support::Channel::kLog, "\n\nStart Config -------------------------------------\n");
   list->SetEtcDir("ORVAGT6_DIR");
   list->SetPortNumber("PORTNUMBER");
   return list;
 }
 
 bool scanConfiguredInstances(DbConfigList* list) {
-  const int status = list->ScanPreConfig(GetServerKind());
+  const int status = list->ScanPreConfig(support::GetServerKind());
   if (status == 0) return true;
   REPORT_ERROR("Unable to read the configured instances in '%s': %s",
-               list->GetEtcDir(config::kFormResolved).c_str(), std::strerror(status));
+               list->GetEtcDir(config::PathForm::kResolved).c_str(), std::strerror(status));
   return false;
 }
 

@@ -147,10 +147,10 @@ int validateOracleCfgParms(const VFW::ConfigSection& settings) {
   if (!settings.readEntry("db_tns", &tns)) {
     RAS1_Printf(RAS1_DETAIL, kFunction,
                 "db_tns property not supplied. Setting to default location.");
-    tns = home + "\\network\\admin";
+    tns = support::DefaultTnsAdmin(home);
   } else if (tns.empty()) {
     RAS1_Printf(RAS1_DETAIL, kFunction, "db_tns property is blank. Setting to default location.");
-    tns = home + "\\network\\admin";
+    tns = support::DefaultTnsAdmin(home);
   }
   const std::string listener = tns + "\\listener.ora";
   if (!Readable(listener)) {
@@ -189,12 +189,12 @@ int validateCfgParms(const VFW::InstanceConfig& instance) {
   Ras1Scope trace(kFunction);
   const VFW::ConfigSection* settings = instance.getSection("DBSETTINGS");
   if (settings == nullptr) return VDB_RC_MISSING_PROPERTY;
-  switch (GetServerKind()) {
-    case kServerOracle:
+  switch (support::GetServerKind()) {
+    case support::ServerKind::kOracle:
       return validateOracleCfgParms(*settings);
-    case kServerSybase:
+    case support::ServerKind::kSybase:
       return validateSybaseCfgParms(*settings);
-    case kServerSqlServer:
+    case support::ServerKind::kSqlServer:
       return validateMsSqlCfgParms(*settings);
     default:
       return VDB_RC_OK;

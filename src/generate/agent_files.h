@@ -18,6 +18,9 @@
 
 namespace generate {
 
+using support::Channel;
+using support::ServerKind;
+
 // Instance .ini writers: 0 written; 1 the file could not be opened (or not put
 // in place) even after its directory was created; 2 its directory could not
 // be created.
@@ -47,13 +50,13 @@ namespace generate {
 // The .ini and .bat files of one instance of kind 1 to 3: 0 both written; the
 // non-zero result of Generate_VdbtsetIniFile; the result of the .ini writer or
 // of the .bat writer; 10 for another kind.
-[[nodiscard]] int Generate_IniBatFiles(config::DbConfigList& list, int kind,
+[[nodiscard]] int Generate_IniBatFiles(config::DbConfigList& list, ServerKind kind,
                                        const config::DbConfig& record, int serviceNumber);
 
 // Makes sure the test-settings file exists in the etc directory, copying it
 // from the kind's management-agent file when it does not: 0; -1 unknown kind
 // or unreadable source; -2 the file cannot be created.
-[[nodiscard]] int Generate_VdbtsetIniFile(config::DbConfigList& list, int kind,
+[[nodiscard]] int Generate_VdbtsetIniFile(config::DbConfigList& list, ServerKind kind,
                                           const config::DbConfig& record);
 
 // Copies every "[Local Settings]" section of `source` up to its first empty
@@ -64,6 +67,6 @@ namespace generate {
 
 // Rewrites the kind's include file from the list: 0 written; 1 unknown kind;
 // 2 the file cannot be opened for writing (or not put in place).
-[[nodiscard]] int Generate_IniIncFile(config::DbConfigList& list, int kind);
+[[nodiscard]] int Generate_IniIncFile(config::DbConfigList& list, ServerKind kind);
 
 }  // namespace generate

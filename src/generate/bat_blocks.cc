@@ -8,26 +8,26 @@
 namespace generate {
 
 std::string HistoryDir(config::DbConfigList& list, const char* tag, const std::string& server) {
-  return list.GetEtcDir(config::kFormResolved) + "\\logs\\History\\" + tag + "\\" + server;
+  return list.GetEtcDir(config::PathForm::kResolved) + "\\logs\\History\\" + tag + "\\" + server;
 }
 
 void MakeHistoryDir(config::DbConfigList& list, const std::string& directory) {
-  list.Output(1, "\nCheck MTIRA_HIST_DIR '%s'\n", directory.c_str());
+  list.Output(Channel::kLog, "\nCheck MTIRA_HIST_DIR '%s'\n", directory.c_str());
   // The trailing backslash makes create_dir take the last component as a
   // directory too.
   if (create_dir(list, directory + "\\") != 0) {
-    list.Output(1, "MTIRA_HIST_DIR[%s] is created successfully\n", directory.c_str());
+    list.Output(Channel::kLog, "MTIRA_HIST_DIR[%s] is created successfully\n", directory.c_str());
   } else {
-    list.Output(1, "\nERROR: can't create '%s'\n", directory.c_str());
+    list.Output(Channel::kLog, "\nERROR: can't create '%s'\n", directory.c_str());
   }
 }
 
 void WriteBatSetting(config::DbConfigList& list, const char* name, const std::string& value) {
-  list.Output(support::kBatChannel, "SET %s=%s\n", name, BatText(value).c_str());
+  list.Output(support::Channel::kBat, "SET %s=%s\n", name, BatText(value).c_str());
 }
 
 void WriteEditableHeading(config::DbConfigList& list, const char* product) {
-  constexpr int kBat = support::kBatChannel;
+  constexpr auto kBat = support::Channel::kBat;
   list.Output(kBat, "\n");
   list.Output(kBat, "REM BATCH FOR STARTING UP %s AGENT\n", product);
   list.Output(kBat, "REM MODIFY THESE ENVIRONMENT VARIABLES\n");
@@ -41,14 +41,14 @@ void WriteBatLogonSettings(config::DbConfigList& list, const config::DbConfig& r
 }
 
 void WriteFixedHeading(config::DbConfigList& list) {
-  constexpr int kBat = support::kBatChannel;
+  constexpr auto kBat = support::Channel::kBat;
   list.Output(kBat, "\n");
   list.Output(kBat, "REM DON'T MODIFY THE FOLLOWING\n");
   list.Output(kBat, "\n");
 }
 
 void WriteFixedCollectorSettings(config::DbConfigList& list) {
-  constexpr int kBat = support::kBatChannel;
+  constexpr auto kBat = support::Channel::kBat;
   list.Output(kBat, "SET COLL_SERVERID=%%INST%%\n");
   list.Output(kBat, "SET COLL_HOSTNAME=%%COMPUTERNAME%%\n");
   list.Output(kBat, "SET COLL_PREFIX=TEMP\n");
@@ -57,7 +57,7 @@ void WriteFixedCollectorSettings(config::DbConfigList& list) {
 
 void WriteStartLines(config::DbConfigList& list, const std::string& collector, const char* product,
                      const char* release, const std::string& server) {
-  constexpr int kBat = support::kBatChannel;
+  constexpr auto kBat = support::Channel::kBat;
   list.Output(kBat, "\n");
   list.Output(kBat, "REM START COLLECTOR and AGENT\n");
   const std::string program = list.GetCommonCollector() == 1 ? "VDBCOLL" : collector;
@@ -67,23 +67,24 @@ void WriteStartLines(config::DbConfigList& list, const std::string& collector, c
 }
 
 int WriteInstanceBat(config::DbConfigList& list, const config::DbConfig& record, const char* writer,
-                     const char* stem, const char* product, BatBody body) {
-  list.Output(1, "\n%s: enter\n", writer);
-  const std::string path =
-      list.GetEtcDir(config::kFormResolved) + "\\" + stem + record.getServerName() + ".bat";
+                     ServerKind kind, BatBody body) {
+  list.Output(Channel::kLog, "\n%s: enter\n", writer);
+  const support::KindNames& names = *support::NamesOf(kind);
+  const std::string path = list.GetEtcDir(config::PathForm::kResolved) + "\\" + names.bat_stem +
+                           record.getServerName() + ".bat";
   TraceExisting(list, path);
 
   ChannelFile file(list);
   if (const int opened = OpenWithDirectories(list, path, &file, open_bat); opened != kWritten) {
     return opened;
   }
-  const std::string history = HistoryDir(list, product, record.getServerName());
+  const std::string history = HistoryDir(list, names.product, record.getServerName());
   body(list, record, history);
   if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
     return committed;
   }
-  list.Output(1, "Finished generating %s file\n", path.c_str());
-  list.Output(1, "%s: exit\n", writer);
+  list.Output(Channel::kLog, "Finished generating %s file\n", path.c_str());
+  list.Output(Channel::kLog, "%s: exit\n", writer);
 
   MakeHistoryDir(list, history);
   return kWritten;

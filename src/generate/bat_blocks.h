@@ -8,6 +8,9 @@
 
 namespace generate {
 
+using support::Channel;
+using support::ServerKind;
+
 // "<resolved etc>\logs\History\<tag>\<server>". Built on the etc directory, not
 // on the log directory: the agents look for their history there.
 [[nodiscard]] std::string HistoryDir(config::DbConfigList& list, const char* tag,
@@ -40,13 +43,13 @@ void WriteFixedCollectorSettings(config::DbConfigList& list);
 void WriteStartLines(config::DbConfigList& list, const std::string& collector, const char* product,
                      const char* release, const std::string& server);
 
-// Writes the instance's start-up file "<etc>\<stem><server>.bat" with `body`
-// and then makes its history directory: what the SQL Server, Oracle and Sybase
-// writers (named `writer` in the traces) share. Results as those writers'.
+// Writes the instance's start-up file "<etc>\<stem><server>.bat", with the
+// kind's file stem, with `body` and then makes its history directory: what the
+// SQL Server, Oracle and Sybase writers (named `writer` in the traces) share.
+// Results as those writers'.
 using BatBody = void (*)(config::DbConfigList& list, const config::DbConfig& record,
                          const std::string& history);
 [[nodiscard]] int WriteInstanceBat(config::DbConfigList& list, const config::DbConfig& record,
-                                   const char* writer, const char* stem, const char* product,
-                                   BatBody body);
+                                   const char* writer, ServerKind kind, BatBody body);
 
 }  // namespace generate

@@ -13,15 +13,16 @@ std::string StagingPath(const std::string& target) {
   return target + ".sqxa-" + std::to_string(platform::CurrentProcessId()) + "-staged.tmp";
 }
 
-int OpenOn(config::DbConfigList& list, const std::string& path, int channel, ChannelFile* file) {
+int OpenOn(config::DbConfigList& list, const std::string& path, support::Channel channel,
+           ChannelFile* file) {
   if (file->Open(path, channel) == 0) return 1;
-  list.Output(1, "\nCan't open file '%s'\n", path.c_str());
+  list.Output(Channel::kLog, "\nCan't open file '%s'\n", path.c_str());
   return 0;
 }
 
 }  // namespace
 
-int ChannelFile::Open(const std::string& path, int channel) {
+int ChannelFile::Open(const std::string& path, support::Channel channel) {
   Detach();
   target_ = path;
   channel_ = channel;
@@ -48,34 +49,36 @@ int ChannelFile::Commit() {
 }
 
 int open_init(config::DbConfigList& list, const std::string& path, ChannelFile* file) {
-  return OpenOn(list, path, support::kIniChannel, file);
+  return OpenOn(list, path, support::Channel::kIni, file);
 }
 
 int open_bat(config::DbConfigList& list, const std::string& path, ChannelFile* file) {
-  return OpenOn(list, path, support::kBatChannel, file);
+  return OpenOn(list, path, support::Channel::kBat, file);
 }
 
 int OpenWithDirectories(config::DbConfigList& list, const std::string& path, ChannelFile* file,
                         Opener opener) {
   if (opener(list, path, file) != 0) return kWritten;
   if (create_dir(list, path) == 0) {
-    list.Output(1, "ERROR: File '%s' create_dir() failure\n", path.c_str());
+    list.Output(Channel::kLog, "ERROR: File '%s' create_dir() failure\n", path.c_str());
     return kCreateDirFailed;
   }
   if (opener(list, path, file) == 0) {
-    list.Output(1, "ERROR: File '%s' open_init() failure\n", path.c_str());
+    list.Output(Channel::kLog, "ERROR: File '%s' open_init() failure\n", path.c_str());
     return kOpenFailed;
   }
   return kWritten;
 }
 
 void TraceExisting(config::DbConfigList& list, const std::string& path) {
-  if (platform::OpenFile(path, "r") != nullptr) list.Output(1, "File '%s' existed\n", path.c_str());
+  if (platform::OpenFile(path, "r") != nullptr)
+    list.Output(Channel::kLog, "File '%s' existed\n", path.c_str());
 }
 
 int CommitGenerated(config::DbConfigList& list, const std::string& path, ChannelFile* file) {
   if (const int status = file->Commit(); status != 0) {
-    list.Output(1, "ERROR: File '%s' could not be put in place, errno =%d\n", path.c_str(), status);
+    list.Output(Channel::kLog, "ERROR: File '%s' could not be put in place, errno =%d\n",
+                path.c_str(), status);
     return kOpenFailed;
   }
   return kWritten;

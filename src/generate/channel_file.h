@@ -12,6 +12,9 @@
 
 namespace generate {
 
+using support::Channel;
+using support::ServerKind;
+
 class ChannelFile {
  public:
   explicit ChannelFile(config::DbConfigList& list) : list_(list) {}
@@ -29,7 +32,7 @@ class ChannelFile {
 
   // Creates the temporary file for `path` and attaches it to `channel`: 0 or
   // an errno value.
-  [[nodiscard]] int Open(const std::string& path, int channel);
+  [[nodiscard]] int Open(const std::string& path, support::Channel channel);
   // Detaches, completes and renames over the target: 0 or an errno value;
   // on failure the target is as it was and no temporary file is left.
   [[nodiscard]] int Commit();
@@ -38,7 +41,7 @@ class ChannelFile {
   void Detach();
 
   config::DbConfigList& list_;
-  int channel_ = 0;
+  support::Channel channel_ = support::Channel::kLog;
   std::string target_;
   std::function<void(const std::string& path)> finisher_;
   platform::AtomicFile file_;

@@ -17,18 +17,18 @@ int create_dir(config::DbConfigList& list, const std::string& path) {
     const bool final_component = end == std::string::npos;
     prefix += directories.substr(start, final_component ? std::string::npos : end - start);
     prefix += '\\';
-    list.Output(1, "create_dir(): _mkdir('%s')\n", prefix.c_str());
+    list.Output(Channel::kLog, "create_dir(): _mkdir('%s')\n", prefix.c_str());
     if (const int status = platform::MakeDirectory(prefix); status != 0) {
       if (status == ENOENT) {
-        list.Output(1, "\nERROR: create_dir(): can't create '%s'\n", prefix.c_str());
+        list.Output(Channel::kLog, "\nERROR: create_dir(): can't create '%s'\n", prefix.c_str());
         return 0;
       }
-      list.Output(1, "create_dir(): _mkdir return code %d, errno =%d \n", -1, status);
+      list.Output(Channel::kLog, "create_dir(): _mkdir return code %d, errno =%d \n", -1, status);
     }
     if (final_component) break;
     start = end + 1;
   }
-  list.Output(1, "create_dir(): exiting\n");
+  list.Output(Channel::kLog, "create_dir(): exiting\n");
   return 1;
 }
 

@@ -7,6 +7,9 @@
 
 namespace generate {
 
+using support::Channel;
+using support::ServerKind;
+
 // Makes the directories of `path` (a file path with backslashes) one after the
 // other from its start: 1 when done, 0 when one could not be made because its
 // parent is missing. Any other failure (the directory exists, a drive root)

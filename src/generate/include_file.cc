@@ -6,52 +6,38 @@
 #include "generate/channel_file.h"
 #include "platform/files.h"
 #include "support/config_log.h"
+#include "support/server_kind.h"
 
 namespace generate {
 
 namespace {
 
-struct IncludeNames {
-  const char* file;
-  const char* prefix;
-};
-
-// The Sybase name has long been composed with a stray "%" in front of it
-// ("%s\%vsyinc.ini"); the file meant, and the one the scan reads, is
-// vsyinc.ini.
-const IncludeNames* IncludeNamesOf(int kind) {
-  static const IncludeNames kNames[] = {
-      {"vorinc.ini", "VORMMA_"},
-      {"vsyinc.ini", "VSYMMA_"},
-      {"vsqinc.ini", "VSQMMA_"},
-      {"vixinc.ini", "VIXMMA_"},
-  };
-  return kind >= 1 && kind <= 4 ? &kNames[kind - 1] : nullptr;
-}
-
-int WriteIncludeFile(config::DbConfigList& list, int kind, int count, const std::string& etc,
-                     const IncludeNames& names) {
-  const std::string path = etc + "\\" + names.file;
-  list.Output(1, "Generate_IniIncFile: Checking for existence of '%s'\n", path.c_str());
+int WriteIncludeFile(config::DbConfigList& list, ServerKind kind, int count, const std::string& etc,
+                     const support::KindNames& names) {
+  // The Sybase name has long been composed with a stray "%" in front of it
+  // ("%s\\%vsyinc.ini"); the file meant, and the one the scan reads, is
+  // vsyinc.ini.
+  const std::string path = etc + "\\" + names.include_file;
+  list.Output(Channel::kLog, "Generate_IniIncFile: Checking for existence of '%s'\n", path.c_str());
   // An existing file is replaced whole below.
   ChannelFile file(list);
-  if (file.Open(path, support::kIncludeChannel) != 0) {
-    list.Output(1, "Can't open '%s' for write\n", path.c_str());
+  if (file.Open(path, support::Channel::kInclude) != 0) {
+    list.Output(Channel::kLog, "Can't open '%s' for write\n", path.c_str());
     return 2;
   }
-  list.Output(1, "Generate_IniIncFile: Opened for write '%s'\n", path.c_str());
-  list.Output(support::kIncludeChannel, "\n");
-  list.Output(support::kIncludeChannel, "[Include]\n");
+  list.Output(Channel::kLog, "Generate_IniIncFile: Opened for write '%s'\n", path.c_str());
+  list.Output(support::Channel::kInclude, "\n");
+  list.Output(support::Channel::kInclude, "[Include]\n");
   for (int index = 0; index < count; ++index) {
     const config::DbConfig* record = list.GetAt(index, kind);
     if (record == nullptr) continue;
     const std::string server = record->getServerName();
-    list.Output(1, "Generate_IniIncFile: Adding line for '%s'\n", server.c_str());
-    list.Output(support::kIncludeChannel, "Add=%s\\%s%s.ini\n", etc.c_str(), names.prefix,
+    list.Output(Channel::kLog, "Generate_IniIncFile: Adding line for '%s'\n", server.c_str());
+    list.Output(support::Channel::kInclude, "Add=%s\\%s%s.ini\n", etc.c_str(), names.ini_stem,
                 server.c_str());
   }
   if (const int status = file.Commit(); status != 0) {
-    list.Output(1, "Can't write '%s', errno =%d\n", path.c_str(), status);
+    list.Output(Channel::kLog, "Can't write '%s', errno =%d\n", path.c_str(), status);
     return 2;
   }
   return 0;
@@ -59,15 +45,16 @@ int WriteIncludeFile(config::DbConfigList& list, int kind, int count, const std:
 
 }  // namespace
 
-int Generate_IniIncFile(config::DbConfigList& list, int kind) {
-  list.Output(1, "\nGenerate_IniIncFile: enter\n");
+int Generate_IniIncFile(config::DbConfigList& list, ServerKind kind) {
+  list.Output(Channel::kLog, "\nGenerate_IniIncFile: enter\n");
   const int count = list.GetCount(kind);
-  list.Output(1, "Generate_IniIncFile: There are %d agent instances to handle\n", count);
-  const IncludeNames* names = IncludeNamesOf(kind);
+  list.Output(Channel::kLog, "Generate_IniIncFile: There are %d agent instances to handle\n",
+              count);
+  const support::KindNames* names = support::NamesOf(kind);
   if (names == nullptr) return 1;
   const int result =
-      WriteIncludeFile(list, kind, count, list.GetEtcDir(config::kFormResolved), *names);
-  list.Output(1, "Generate_IniIncFile: exit, rc = %d\n", result);
+      WriteIncludeFile(list, kind, count, list.GetEtcDir(config::PathForm::kResolved), *names);
+  list.Output(Channel::kLog, "Generate_IniIncFile: exit, rc = %d\n", result);
   return result;
 }
 

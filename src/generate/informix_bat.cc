@@ -13,25 +13,25 @@ namespace generate {
 
 namespace {
 
-constexpr int kBat = support::kBatChannel;
-constexpr int kInformix = 4;
+constexpr auto kBat = support::Channel::kBat;
+constexpr ServerKind kInformix = ServerKind::kInformix;
 
 void WriteBody(config::DbConfigList& list, const config::DbConfig& record) {
   const std::string server = record.getServerName();
   WriteEditableHeading(list, "VIX");
   list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
-              BatText(list.GetPortNumber(config::kFormResolved)).c_str());
+              BatText(list.GetPortNumber(config::PathForm::kResolved)).c_str());
   WriteBatSetting(list, "INFORMIXDIR", record.getHomeDir());
   WriteBatSetting(list, "INFORMIXSERVER", server);
   list.Output(kBat, "SET ONCONFIG=onconfig\n");
   WriteBatSetting(list, "INFORMIXSQLHOSTS", "\\\\" + list.GetHostName());
   WriteBatSetting(list, "COLL_ERRORLOG", record.getErrorLog());
   WriteBatLogonSettings(list, record);
-  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::PathForm::kResolved));
   WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
-  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::kFormResolved));
-  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::PathForm::kResolved));
+  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::PathForm::kResolved));
   list.Output(kBat, "SET COLL_VERSION=VIX\n");
   // The Informix agent is of release 301, not 610.
   WriteStartLines(list, "VIXCOLL", "VIX", "301", server);
@@ -40,21 +40,22 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record) {
 }  // namespace
 
 int write_informix_bat_files(config::DbConfigList& list, int count) {
-  list.Output(1, "\nwrite_informix_bat_files: enter\n");
+  list.Output(Channel::kLog, "\nwrite_informix_bat_files: enter\n");
   for (int index = 0; index < count; ++index) {
     const config::DbConfig* record = list.GetAt(index, kInformix);
     if (record == nullptr) continue;
     std::string& path = CurrentFilePath();
-    path = list.GetEtcDir(config::kFormResolved) + "\\Informix_" + record->getServerName() + ".bat";
+    path = list.GetEtcDir(config::PathForm::kResolved) + "\\" +
+           support::NamesOf(kInformix)->bat_stem + record->getServerName() + ".bat";
     // An existing file is replaced without a trace.
     ChannelFile file(list);
     if (OpenWithDirectories(list, path, &file, open_bat) != kWritten) return 0;
     WriteBody(list, *record);
     if (CommitGenerated(list, path, &file) != kWritten) return 0;
-    list.Output(1, "Finished generating %s file\n", path.c_str());
+    list.Output(Channel::kLog, "Finished generating %s file\n", path.c_str());
     RunRegcopy(record->getHomeDir());
   }
-  list.Output(1, "write_informix_bat_files: exit\n");
+  list.Output(Channel::kLog, "write_informix_bat_files: exit\n");
   return count;
 }
 

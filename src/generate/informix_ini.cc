@@ -12,8 +12,8 @@ namespace generate {
 
 namespace {
 
-constexpr int kIni = support::kIniChannel;
-constexpr int kInformix = 4;
+constexpr auto kIni = support::Channel::kIni;
+constexpr ServerKind kInformix = ServerKind::kInformix;
 
 const Identity kIdentity = {"VIX", "301", "Marlox Informix Monitoring Agent",
                             "Informix Monitoring Agent"};
@@ -29,7 +29,8 @@ const ServiceNames kServices = {"VMAInformixAgent",
 void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& record,
                         int /*serviceNumber*/) {
   BeginLocalSettings(list, History::kNone);
-  list.Output(kIni, "KDC_PORTS=(2 135 %s)\n", list.GetPortNumber(config::kFormAtSign).c_str());
+  list.Output(kIni, "KDC_PORTS=(2 135 %s)\n",
+              list.GetPortNumber(config::PathForm::kAtSign).c_str());
   list.Output(kIni, "KDC_FAMILIES=@Protocol@\n");
   WriteLogonSettings(list, record);
   list.Output(kIni, "COLL_VERSION=VIX\n");
@@ -39,8 +40,8 @@ void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& reco
   // always been configured so.
   list.Output(kIni, "COLL_PREFIX=\\TEMP\n");
   list.Output(kIni, "COLL_USESHM=1\n");
-  list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::kFormAtSign).c_str());
-  list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::kFormAtSign).c_str());
+  list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::PathForm::kAtSign).c_str());
+  list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::PathForm::kAtSign).c_str());
   list.Output(kIni, "INFORMIXDIR=%s\n", record.getHomeDir().c_str());
   list.Output(kIni, "INFORMIXSERVER=%s\n", record.getServerName().c_str());
   list.Output(kIni, "ONCONFIG=onconfig\n");
@@ -52,7 +53,7 @@ void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& reco
 const IniLayout kLayout = {
     // The enter and exit traces frame the whole list.
     .writer = nullptr,
-    .stem = "VIXMMA_",
+    .kind = ServerKind::kInformix,
     .banner = Banner::kInformixTitle,
     .identity = kIdentity,
     .local_settings = &WriteLocalSettings,
@@ -64,7 +65,7 @@ const IniLayout kLayout = {
 }  // namespace
 
 int write_informix_ini_files(config::DbConfigList& list, int count) {
-  list.Output(1, "\nwrite_informix_ini_files: enter\n");
+  list.Output(Channel::kLog, "\nwrite_informix_ini_files: enter\n");
   for (int index = 0; index < count; ++index) {
     const config::DbConfig* record = list.GetAt(index, kInformix);
     if (record == nullptr) continue;
@@ -74,7 +75,7 @@ int write_informix_ini_files(config::DbConfigList& list, int count) {
     }
     RunRegcopy(record->getHomeDir());
   }
-  list.Output(1, "write_informix_ini_files: exit\n");
+  list.Output(Channel::kLog, "write_informix_ini_files: exit\n");
   return count;
 }
 

@@ -10,7 +10,7 @@ namespace generate {
 
 namespace {
 
-constexpr int kIni = support::kIniChannel;
+constexpr auto kIni = support::Channel::kIni;
 
 const char* const kLicence[] = {
     ";*****************************************************************\n",
@@ -61,7 +61,7 @@ void WriteIdentity(config::DbConfigList& list, const Identity& identity,
 
 void BeginLocalSettings(config::DbConfigList& list, History history) {
   list.Output(kIni, "[Local Settings]\n");
-  list.Output(kIni, "COLL_CTL_HOME=%s\n", list.GetEtcDir(config::kFormAtSign).c_str());
+  list.Output(kIni, "COLL_CTL_HOME=%s\n", list.GetEtcDir(config::PathForm::kAtSign).c_str());
   if (history == History::kKept) {
     list.Output(kIni, "MTIRA_HIST_DIR=@LogPath@\\History\\@MarProd@\\@MarTask@\n");
   }
@@ -83,7 +83,7 @@ void WriteFixedCollectorEntries(config::DbConfigList& list, int serviceNumber) {
 
 void WriteServices(config::DbConfigList& list, const ServiceNames& names, int serviceNumber,
                    const std::string& server, const char* collector_program, bool blank_after) {
-  const std::string bin = list.GetBinDir(config::kFormAtSign);
+  const std::string bin = list.GetBinDir(config::PathForm::kAtSign);
   const char* collector = list.GetCommonCollector() == 1 ? "VDBCOLL.EXE" : collector_program;
 
   list.Output(kIni, "[Services]\n");
@@ -115,7 +115,7 @@ int CopyTestSettings(config::DbConfigList& list, const std::string& path) {
   const platform::File settings = platform::OpenFile(path, "r");
   if (settings == nullptr) {
     const int status = errno != 0 ? errno : EIO;
-    list.Output(1, "Unable to open file '%s'\n", path.c_str());
+    list.Output(Channel::kLog, "Unable to open file '%s'\n", path.c_str());
     return status == ENOENT ? 0 : status;
   }
   std::string line;

@@ -10,6 +10,9 @@
 
 namespace generate {
 
+using support::Channel;
+using support::ServerKind;
+
 // The comment lines that open the file. The Informix file carries a short
 // title and copyright pair where the others carry the licence notice.
 enum class Banner { kLicence, kInformixTitle };

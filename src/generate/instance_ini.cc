@@ -11,7 +11,7 @@ namespace generate {
 
 namespace {
 
-constexpr int kIni = support::kIniChannel;
+constexpr auto kIni = support::Channel::kIni;
 
 int WriteContent(config::DbConfigList& list, const config::DbConfig& record, int serviceNumber,
                  const IniLayout& layout, const std::string& collector) {
@@ -24,7 +24,7 @@ int WriteContent(config::DbConfigList& list, const config::DbConfig& record, int
   WriteServices(list, layout.services, serviceNumber, server, collector.c_str(),
                 layout.blank_after_services);
   return CopyTestSettings(list, layout.test_settings == TestSettingsDir::kEtc
-                                    ? list.GetEtcDir(config::kFormResolved) + "\\vdbtset.ini"
+                                    ? list.GetEtcDir(config::PathForm::kResolved) + "\\vdbtset.ini"
                                     : std::string("vdbtset.ini"));
 }
 
@@ -32,11 +32,11 @@ int WriteContent(config::DbConfigList& list, const config::DbConfig& record, int
 
 int WriteInstanceIni(config::DbConfigList& list, const config::DbConfig& record, int serviceNumber,
                      const IniLayout& layout, const std::string& collector) {
-  if (layout.writer != nullptr) list.Output(1, "\n%s: enter\n", layout.writer);
+  if (layout.writer != nullptr) list.Output(Channel::kLog, "\n%s: enter\n", layout.writer);
   std::string& path = CurrentFilePath();
-  path =
-      list.GetEtcDir(config::kFormResolved) + "\\" + layout.stem + record.getServerName() + ".ini";
-  list.Output(1, "Generating .ini file '%s'\n", path.c_str());
+  path = list.GetEtcDir(config::PathForm::kResolved) + "\\" +
+         support::NamesOf(layout.kind)->ini_stem + record.getServerName() + ".ini";
+  list.Output(Channel::kLog, "Generating .ini file '%s'\n", path.c_str());
 
   std::unique_ptr<char[]> saved;
   if (layout.keeps_override_section) saved = SaveOverrideSection(list, path);
@@ -52,13 +52,14 @@ int WriteInstanceIni(config::DbConfigList& list, const config::DbConfig& record,
   if (const int opened = OpenWithDirectories(list, path, &file, open_init); opened != kWritten) {
     return opened;
   }
-  list.Output(1, "File '%s' created and opened\n", path.c_str());
+  list.Output(Channel::kLog, "File '%s' created and opened\n", path.c_str());
   // Reaches the include file only while it is being written.
-  list.Output(support::kIncludeChannel, "Add=%s\n", path.c_str());
+  list.Output(support::Channel::kInclude, "Add=%s\n", path.c_str());
 
   if (const int status = WriteContent(list, record, serviceNumber, layout, collector);
       status != 0) {
-    list.Output(1, "ERROR: File '%s' left as it was: its settings could not be read, errno =%d\n",
+    list.Output(Channel::kLog,
+                "ERROR: File '%s' left as it was: its settings could not be read, errno =%d\n",
                 path.c_str(), status);
     return kOpenFailed;
   }
@@ -66,8 +67,8 @@ int WriteInstanceIni(config::DbConfigList& list, const config::DbConfig& record,
   if (const int committed = CommitGenerated(list, path, &file); committed != kWritten) {
     return committed;
   }
-  list.Output(1, "Finished generating %s file\n", path.c_str());
-  if (layout.writer != nullptr) list.Output(1, "%s: exit\n", layout.writer);
+  list.Output(Channel::kLog, "Finished generating %s file\n", path.c_str());
+  if (layout.writer != nullptr) list.Output(Channel::kLog, "%s: exit\n", layout.writer);
   return kWritten;
 }
 

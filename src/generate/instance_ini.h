@@ -13,6 +13,9 @@
 
 namespace generate {
 
+using support::Channel;
+using support::ServerKind;
+
 // Where a kind's test-settings lines are read from.
 enum class TestSettingsDir { kEtc, kWorking };
 
@@ -24,7 +27,7 @@ struct IniLayout {
   // Names the writer in the "enter" and "exit" traces; null when the caller
   // traces its own, as the Informix writer does once for all its files.
   const char* writer;
-  const char* stem;  // "VSQMMA_"
+  ServerKind kind;  // whose file stem names the file
   Banner banner;
   const Identity& identity;
   IniSection local_settings;  // the [Local Settings] section

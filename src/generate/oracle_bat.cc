@@ -12,7 +12,7 @@ namespace generate {
 
 namespace {
 
-constexpr int kBat = support::kBatChannel;
+constexpr auto kBat = support::Channel::kBat;
 
 void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
                const std::string& history) {
@@ -21,23 +21,23 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   const std::string tag = OracleVersionTag(record.getVersion());
   WriteEditableHeading(list, "VOR");
   list.Output(kBat, "SET KDC_PORTS=(2 135 %s)\n",
-              BatText(list.GetPortNumber(config::kFormResolved)).c_str());
+              BatText(list.GetPortNumber(config::PathForm::kResolved)).c_str());
   WriteBatSetting(list, "MTIRA_HIST_DIR", history);
   WriteBatSetting(list, "ORACLE_HOME", home);
   WriteBatSetting(list, "ORACLE_SID", server);
   if (const std::string tns_admin = record.getTnsAdmin(); !tns_admin.empty()) {
     WriteBatSetting(list, "TNS_ADMIN", tns_admin);
   } else {
-    WriteBatSetting(list, "TNS_ADMIN", home + "\\network\\admin");
+    WriteBatSetting(list, "TNS_ADMIN", support::DefaultTnsAdmin(home));
   }
   WriteBatSetting(list, "COLL_DBHOME", home);
   WriteBatSetting(list, "COLL_ERRORLOG", record.getErrorLog());
   WriteBatLogonSettings(list, record);
-  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::PathForm::kResolved));
   WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
-  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::kFormResolved));
-  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::PathForm::kResolved));
+  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::PathForm::kResolved));
   WriteBatSetting(list, "COLL_DBVERSION", record.getVersion());
   WriteBatSetting(list, "COLL_VERSION", tag);
   WriteBatSetting(list, "COLL_DISABLE_CURSORS", record.getExtendedParams());
@@ -49,7 +49,7 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
 }  // namespace
 
 int write_single_oracle_bat(config::DbConfigList& list, const config::DbConfig& record) {
-  return WriteInstanceBat(list, record, "write_single_oracle_bat", "Oracle_", "VOR", &WriteBody);
+  return WriteInstanceBat(list, record, "write_single_oracle_bat", ServerKind::kOracle, &WriteBody);
 }
 
 }  // namespace generate

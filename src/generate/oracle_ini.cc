@@ -11,7 +11,7 @@ namespace generate {
 
 namespace {
 
-constexpr int kIni = support::kIniChannel;
+constexpr auto kIni = support::Channel::kIni;
 
 const Identity kIdentity = {"VOR", "610", "Orvane Monitoring for Databases: Oracle Agent",
                             "Monitoring Agent for Oracle"};
@@ -28,15 +28,16 @@ void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& reco
                         int serviceNumber) {
   const std::string home = record.getHomeDir();
   BeginLocalSettings(list, History::kKept);
-  list.Output(kIni, "KDC_PORTS=(2 135 %s)\n", list.GetPortNumber(config::kFormAtSign).c_str());
+  list.Output(kIni, "KDC_PORTS=(2 135 %s)\n",
+              list.GetPortNumber(config::PathForm::kAtSign).c_str());
   list.Output(kIni, "KDC_FAMILIES=@Protocol@\n");
   WriteLogonSettings(list, record);
   list.Output(kIni, "COLL_DBVERSION=%s\n", record.getVersion().c_str());
   list.Output(kIni, "COLL_VERSION=%s\n", OracleVersionTag(record.getVersion()));
   WriteFixedCollectorEntries(list, serviceNumber);
   list.Output(kIni, "COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
-  list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::kFormAtSign).c_str());
-  list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::kFormAtSign).c_str());
+  list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::PathForm::kAtSign).c_str());
+  list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::PathForm::kAtSign).c_str());
   list.Output(kIni, "ORACLE_HOME=%s\n", home.c_str());
   list.Output(kIni, "ORACLE_SID=%s\n", record.getServerName().c_str());
   list.Output(kIni, "COLL_DBHOME=%s\n", home.c_str());
@@ -45,13 +46,13 @@ void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& reco
   if (const std::string tns_admin = record.getTnsAdmin(); !tns_admin.empty()) {
     list.Output(kIni, "TNS_ADMIN=%s\n", tns_admin.c_str());
   } else {
-    list.Output(kIni, "TNS_ADMIN=%s\\network\\admin\n", home.c_str());
+    list.Output(kIni, "TNS_ADMIN=%s\n", support::DefaultTnsAdmin(home).c_str());
   }
 }
 
 const IniLayout kLayout = {
     .writer = "write_single_oracle_ini",
-    .stem = "VORMMA_",
+    .kind = ServerKind::kOracle,
     .banner = Banner::kLicence,
     .identity = kIdentity,
     .local_settings = &WriteLocalSettings,

@@ -20,7 +20,7 @@ std::unique_ptr<char[]> SaveOverrideSection(config::DbConfigList& list, const st
     size += kReadStep;
     std::unique_ptr<char[]> buffer(new (std::nothrow) char[size]);
     if (buffer == nullptr) {
-      list.Output(1, "Memory allocation failed during ini section reading...\n");
+      list.Output(Channel::kLog, "Memory allocation failed during ini section reading...\n");
       return nullptr;
     }
     const uint32_t copied = platform::ReadIniSection(kOverrideSection, buffer.get(), size, path);

@@ -10,6 +10,9 @@
 
 namespace generate {
 
+using support::Channel;
+using support::ServerKind;
+
 inline constexpr const char* kOverrideSection = "Override Local Settings";
 
 // The section's entries in the profile functions' "key=value\0...\0\0" form;

@@ -14,7 +14,7 @@ namespace generate {
 
 namespace {
 
-constexpr int kBat = support::kBatChannel;
+constexpr auto kBat = support::Channel::kBat;
 
 void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
                const std::string& history) {
@@ -25,11 +25,11 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
   WriteBatSetting(list, "COLL_ERRORLOG", record.getErrorLog());
   WriteBatLogonSettings(list, record);
   WriteBatSetting(list, "COLL_CLUSTERSERVER", record.getClusterServer());
-  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_BINPATH", list.GetBinDir(config::PathForm::kResolved));
   WriteFixedHeading(list);
   WriteFixedCollectorSettings(list);
-  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::kFormResolved));
-  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::kFormResolved));
+  WriteBatSetting(list, "COLL_CTL_HOME", list.GetEtcDir(config::PathForm::kResolved));
+  WriteBatSetting(list, "COLL_HOME", list.GetLogDir(config::PathForm::kResolved));
   list.Output(kBat, "SET COLL_VERSION=VSQ\n");
   WriteBatSetting(list, "COLL_DBVERSION", record.getVersion());
   WriteBatSetting(list, "COLL_DBHOME", record.getHomeDir());
@@ -44,7 +44,8 @@ void WriteBody(config::DbConfigList& list, const config::DbConfig& record,
 }  // namespace
 
 int write_single_mssql_bat(config::DbConfigList& list, const config::DbConfig& record) {
-  return WriteInstanceBat(list, record, "write_single_mssql_bat", "MSMSQL_", "VSQ", &WriteBody);
+  return WriteInstanceBat(list, record, "write_single_mssql_bat", ServerKind::kSqlServer,
+                          &WriteBody);
 }
 
 }  // namespace generate

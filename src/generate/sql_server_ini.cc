@@ -11,7 +11,7 @@ namespace generate {
 
 namespace {
 
-constexpr int kIni = support::kIniChannel;
+constexpr auto kIni = support::Channel::kIni;
 
 const Identity kIdentity = {"VSQ", "610",
                             "Orvane Monitoring for Databases: Microsoft SQL Server Agent",
@@ -44,8 +44,8 @@ void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& reco
   list.Output(kIni, "COLL_LONG_LIVE_CONNECT=%s\n", record.getLongLiveConnect().c_str());
   list.Output(kIni, "COLL_WINAUTHENTICATION=%s\n", record.getWinAuthentication().c_str());
   list.Output(kIni, "COLL_DISABLE_CURSORS=%s\n", record.getExtendedParams().c_str());
-  list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::kFormAtSign).c_str());
-  list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::kFormAtSign).c_str());
+  list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::PathForm::kAtSign).c_str());
+  list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::PathForm::kAtSign).c_str());
   list.Output(kIni, "MSSQL_HOME=%s\n", record.getHomeDir().c_str());
   list.Output(kIni, "CONFIG_VERSION=2.0.0\n");
   WriteSqlServerTuning(list, kIniSyntax, record);
@@ -65,7 +65,7 @@ void WriteEnvironmentMap(config::DbConfigList& list) {
 
 const IniLayout kLayout = {
     .writer = "write_single_mssql_ini",
-    .stem = "VSQMMA_",
+    .kind = ServerKind::kSqlServer,
     .banner = Banner::kLicence,
     .identity = kIdentity,
     .local_settings = &WriteLocalSettings,

@@ -8,15 +8,19 @@
 
 namespace generate {
 
+using support::Channel;
+using support::ServerKind;
+
 struct SettingSyntax {
-  int channel;
+  support::Channel channel;
   const char* prefix;         // before the key: "SET " in a .bat file
   const char* computer_name;  // how the file refers to the computer's name
   bool batch;                 // values escaped for cmd.exe (BatText)
 };
 
-inline constexpr SettingSyntax kIniSyntax = {support::kIniChannel, "", "@COMPUTERNAME@", false};
-inline constexpr SettingSyntax kBatSyntax = {support::kBatChannel, "SET ", "%COMPUTERNAME%", true};
+inline constexpr SettingSyntax kIniSyntax = {support::Channel::kIni, "", "@COMPUTERNAME@", false};
+inline constexpr SettingSyntax kBatSyntax = {support::Channel::kBat, "SET ", "%COMPUTERNAME%",
+                                             true};
 
 // The service point, which tells a named instance's agent apart from the
 // default instance's, then the databases to watch and the table-detail and

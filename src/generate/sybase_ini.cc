@@ -11,7 +11,7 @@ namespace generate {
 
 namespace {
 
-constexpr int kIni = support::kIniChannel;
+constexpr auto kIni = support::Channel::kIni;
 
 const Identity kIdentity = {"VSY", "610", "Orvane Monitoring for Databases: Sybase Server Agent",
                             "Monitoring Agent for Sybase Server"};
@@ -27,7 +27,8 @@ const ServiceNames kServices = {"VMASybaseAgent",
 void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& record,
                         int serviceNumber) {
   BeginLocalSettings(list, History::kKept);
-  list.Output(kIni, "KDC_PORTS=(2 135 %s)\n", list.GetPortNumber(config::kFormAtSign).c_str());
+  list.Output(kIni, "KDC_PORTS=(2 135 %s)\n",
+              list.GetPortNumber(config::PathForm::kAtSign).c_str());
   list.Output(kIni, "KDC_FAMILIES=@Protocol@\n");
   WriteLogonSettings(list, record);
   list.Output(kIni, "COLL_VERSION=VSY\n");
@@ -38,15 +39,15 @@ void WriteLocalSettings(config::DbConfigList& list, const config::DbConfig& reco
   list.Output(kIni, "SYBASE_OCS=%s\n", record.getOcsDir().c_str());
   WriteFixedCollectorEntries(list, serviceNumber);
   list.Output(kIni, "COLL_HOLD_SYSMON=0\n");
-  list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::kFormAtSign).c_str());
-  list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::kFormAtSign).c_str());
+  list.Output(kIni, "COLL_BINPATH=%s\n", list.GetBinDir(config::PathForm::kAtSign).c_str());
+  list.Output(kIni, "COLL_HOME=%s\n", list.GetLogDir(config::PathForm::kAtSign).c_str());
   list.Output(kIni, "MTIRA_PRODUCT=AFF_ALL_SYBASE\n");
   list.Output(kIni, "CONFIG_VERSION=2.0.0\n");
 }
 
 const IniLayout kLayout = {
     .writer = "write_single_sybase_ini",
-    .stem = "VSYMMA_",
+    .kind = ServerKind::kSybase,
     .banner = Banner::kLicence,
     .identity = kIdentity,
     .local_settings = &WriteLocalSettings,

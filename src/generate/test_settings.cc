@@ -11,17 +11,9 @@ namespace generate {
 
 namespace {
 
-const char* ManagementAgentFile(int kind) {
-  switch (kind) {
-    case 1:
-      return "vormma.ini";
-    case 2:
-      return "vsymma.ini";
-    case 3:
-      return "vsqmma.ini";
-    default:
-      return nullptr;
-  }
+const char* ManagementAgentFile(ServerKind kind) {
+  const support::KindNames* names = support::NamesOf(kind);
+  return names == nullptr ? nullptr : names->agent_file;
 }
 
 constexpr const char* kLocalSettings = "[Local Settings]";
@@ -58,39 +50,41 @@ int CopyLocalSettings(config::DbConfigList& list, const std::string& source,
                       const std::string& target) {
   const platform::File input = platform::OpenFile(source, "r");
   if (input == nullptr) {
-    list.Output(1, "CopyLocalSettings: Unable to open file '%s'\n", source.c_str());
+    list.Output(Channel::kLog, "CopyLocalSettings: Unable to open file '%s'\n", source.c_str());
     return -1;
   }
   platform::AtomicFile output;
   if (output.Open(target, /*text=*/true) != 0) {
-    list.Output(1, "CopyLocalSettings: Unable to create file '%s'\n", target.c_str());
+    list.Output(Channel::kLog, "CopyLocalSettings: Unable to create file '%s'\n", target.c_str());
     return -2;
   }
   CopySections(input.get(), output.stream());
   if (output.Commit() != 0) {
-    list.Output(1, "CopyLocalSettings: Unable to create file '%s'\n", target.c_str());
+    list.Output(Channel::kLog, "CopyLocalSettings: Unable to create file '%s'\n", target.c_str());
     return -2;
   }
   return 0;
 }
 
-int Generate_VdbtsetIniFile(config::DbConfigList& list, int kind, const config::DbConfig& record) {
-  list.Output(1, "Generate_VdbtsetIniFile: Verifying existence of vdbtset.ini for '%s'\n",
+int Generate_VdbtsetIniFile(config::DbConfigList& list, ServerKind kind,
+                            const config::DbConfig& record) {
+  list.Output(Channel::kLog,
+              "Generate_VdbtsetIniFile: Verifying existence of vdbtset.ini for '%s'\n",
               record.getServerName().c_str());
-  const std::string etc = list.GetEtcDir(config::kFormResolved);
+  const std::string etc = list.GetEtcDir(config::PathForm::kResolved);
   const std::string settings = etc + "\\vdbtset.ini";
   // Made once and kept, whatever instance or kind it was made for.
   if (platform::OpenFile(settings, "r") != nullptr) {
-    list.Output(1, "File '%s' exists\n", settings.c_str());
+    list.Output(Channel::kLog, "File '%s' exists\n", settings.c_str());
     return 0;
   }
   int result = -1;
   if (const char* source = ManagementAgentFile(kind); source == nullptr) {
-    list.Output(1, "Invalid server type '%d'\n", kind);
+    list.Output(Channel::kLog, "Invalid server type '%d'\n", support::KindNumber(kind));
   } else {
     result = CopyLocalSettings(list, etc + "\\" + source, settings);
   }
-  list.Output(1, "Generate_VdbtsetIniFile: return code '%d'\n", result);
+  list.Output(Channel::kLog, "Generate_VdbtsetIniFile: return code '%d'\n", result);
   return result;
 }
 

@@ -31,29 +31,29 @@ void ConfigLog::LogTimestamped(const char* text) {
   std::fprintf(log_.get(), "\n%s%s", stamp, text);
 }
 
-int ConfigLog::FileSlot(int channel) {
+int ConfigLog::FileSlot(Channel channel) {
   switch (channel) {
-    case kIniChannel:
+    case Channel::kIni:
       return 0;
-    case kIncludeChannel:
+    case Channel::kInclude:
       return 1;
-    case kBatChannel:
+    case Channel::kBat:
       return 2;
     default:
       return -1;
   }
 }
 
-void ConfigLog::SetStream(int channel, std::FILE* stream) {
+void ConfigLog::SetStream(Channel channel, std::FILE* stream) {
   if (const int slot = FileSlot(channel); slot >= 0) files_[slot] = stream;
 }
 
-std::FILE* ConfigLog::GetStream(int channel) const {
+std::FILE* ConfigLog::GetStream(Channel channel) const {
   const int slot = FileSlot(channel);
   return slot >= 0 ? files_[slot] : nullptr;
 }
 
-void ConfigLog::Output(int channel, const char* format, ...) {
+void ConfigLog::Output(Channel channel, const char* format, ...) {
   std::va_list args;
   va_start(args, format);
   const std::string formatted = VFW::vformat(format, args);
@@ -64,7 +64,7 @@ void ConfigLog::Output(int channel, const char* format, ...) {
     return;
   }
   const std::string text = ExpandPercentPairs(formatted);
-  if (channel == kLogChannel && console_ != 0) std::fputs(text.c_str(), stdout);
+  if (channel == Channel::kLog && console_ != 0) std::fputs(text.c_str(), stdout);
   // Flushed after each write, so that the log of a run that is killed shows
   // how far it came.
   if (log_ != nullptr) {

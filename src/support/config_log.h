@@ -23,10 +23,13 @@
 
 namespace support {
 
-inline constexpr int kLogChannel = 1;
-inline constexpr int kIniChannel = 2;
-inline constexpr int kIncludeChannel = 3;
-inline constexpr int kBatChannel = 22;
+// The numbers are those of the log's own format; any other number is the log.
+enum class Channel : int {
+  kLog = 1,
+  kIni = 2,
+  kInclude = 3,
+  kBat = 22,
+};
 
 class ConfigLog {
  public:
@@ -46,16 +49,16 @@ class ConfigLog {
   // Writes an empty line, the local time in the asctime form, then `text`.
   void LogTimestamped(const char* text);
 
-  void Output(int channel, const char* format, ...) SQXA_PRINTF(3, 4);
+  void Output(Channel channel, const char* format, ...) SQXA_PRINTF(3, 4);
 
   // The stream of a file channel (2, 3 or 22); not owned: whoever opens the
   // generated file closes it and clears the channel.
-  void SetStream(int channel, std::FILE* stream);
-  [[nodiscard]] std::FILE* GetStream(int channel) const;
+  void SetStream(Channel channel, std::FILE* stream);
+  [[nodiscard]] std::FILE* GetStream(Channel channel) const;
 
  private:
   // The index of a file channel in files_, or -1 for the log channels.
-  static int FileSlot(int channel);
+  static int FileSlot(Channel channel);
 
   int console_;
   std::string log_name_;

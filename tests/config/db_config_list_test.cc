@@ -57,45 +57,47 @@ TEST(DbConfigTest, DefaultsNamesAndConstructionFromADiscoveredServer) {
 TEST(DbConfigListTest, LookupsDifferInTheirCaseRules) {
   DbConfigList list;
   list.SetConsole(0);
-  list.Add(Record("INST1", 2), 3);
-  EXPECT_EQ(list.HasServer("inst1", 3), 1);
-  EXPECT_EQ(list.HasServer("inst1", 1), 0);
+  list.Add(Record("INST1", 2), ServerKind::kSqlServer);
+  EXPECT_EQ(list.HasServer("inst1", ServerKind::kSqlServer), 1);
+  EXPECT_EQ(list.HasServer("inst1", ServerKind::kOracle), 0);
   DbConfig wanted;
   wanted.setServerName("inst1");
   wanted.setServerType(3);
   wanted.setServiceNumber(2);
-  EXPECT_EQ(list.FindConfig(wanted, 3), nullptr);
+  EXPECT_EQ(list.FindConfig(wanted, ServerKind::kSqlServer), nullptr);
   wanted.setServerName("INST1");
-  EXPECT_EQ(list.FindConfig(wanted, 3), list.GetAt(0, 3));
-  EXPECT_EQ(list.FindByName("INST1", 3), list.GetAt(0, 3));
-  EXPECT_EQ(list.FindByName("inst1", 3), nullptr);
-  EXPECT_EQ(list.GetAt(-1, 3), nullptr);
-  EXPECT_EQ(list.GetAt(1, 3), nullptr);
+  EXPECT_EQ(list.FindConfig(wanted, ServerKind::kSqlServer), list.GetAt(0, ServerKind::kSqlServer));
+  EXPECT_EQ(list.FindByName("INST1", ServerKind::kSqlServer),
+            list.GetAt(0, ServerKind::kSqlServer));
+  EXPECT_EQ(list.FindByName("inst1", ServerKind::kSqlServer), nullptr);
+  EXPECT_EQ(list.GetAt(-1, ServerKind::kSqlServer), nullptr);
+  EXPECT_EQ(list.GetAt(1, ServerKind::kSqlServer), nullptr);
 }
 
 TEST(DbConfigListTest, DeletionKeepsTheOrderAndTraces) {
   DbConfigList list;
-  list.Add(Record("A"), 3);
-  list.Add(Record("B"), 3);
-  list.Add(Record("C"), 3);
-  const Captured got = Capture([&] { list.Delete_Config(list.GetAt(1, 3), 3); });
+  list.Add(Record("A"), ServerKind::kSqlServer);
+  list.Add(Record("B"), ServerKind::kSqlServer);
+  list.Add(Record("C"), ServerKind::kSqlServer);
+  const Captured got = Capture(
+      [&] { list.Delete_Config(list.GetAt(1, ServerKind::kSqlServer), ServerKind::kSqlServer); });
   EXPECT_EQ(got.out,
             "Delete_Config: enter, num dbconfigs 3\nDelete_Config: deleting 'B'\n"
             "Delete_Config: exit, num dbconfigs 2\n");
-  ASSERT_EQ(list.GetCount(3), 2);
-  EXPECT_EQ(list.GetAt(0, 3)->getServerName(), "A");
-  EXPECT_EQ(list.GetAt(1, 3)->getServerName(), "C");
+  ASSERT_EQ(list.GetCount(ServerKind::kSqlServer), 2);
+  EXPECT_EQ(list.GetAt(0, ServerKind::kSqlServer)->getServerName(), "A");
+  EXPECT_EQ(list.GetAt(1, ServerKind::kSqlServer)->getServerName(), "C");
 
   const DbConfig stranger;
-  EXPECT_EQ(Capture([&] { list.Delete_Config(&stranger, 3); }).out,
+  EXPECT_EQ(Capture([&] { list.Delete_Config(&stranger, ServerKind::kSqlServer); }).out,
             "Delete_Config: enter, num dbconfigs 2\nDelete_Config: exit, num dbconfigs 2\n");
 }
 
 TEST(DbConfigListTest, DestructionTracesLastRecordFirstAndEndsOnTheConsole) {
   const Captured got = Capture([] {
     DbConfigList list;
-    list.Add(Record("FIRST"), 3);
-    list.Add(Record("SECOND"), 3);
+    list.Add(Record("FIRST"), ServerKind::kSqlServer);
+    list.Add(Record("SECOND"), ServerKind::kSqlServer);
   });
   EXPECT_TRUE(
       std::regex_match(got.out, std::regex("~DbConfigList: Enter\n"
@@ -113,19 +115,19 @@ TEST(DbConfigListTest, PrintFormats) {
   record->setHomeDir("C:\\home");
   record->setErrorLog("C:\\log");
   record->setPassword("{AES256:keyfile:a}xyz");
-  list.Add(std::move(record), 3);
+  list.Add(std::move(record), ServerKind::kSqlServer);
 
-  EXPECT_EQ(Capture([&] { EXPECT_EQ(list.PrintServers(3), 1); }).out,
+  EXPECT_EQ(Capture([&] { EXPECT_EQ(list.PrintServers(ServerKind::kSqlServer), 1); }).out,
             "\n\t\t\tList of MSSQL Servers\n\n\t=================================================\n"
             "\n\t1) Server Name: 'INST1' HomeDir: 'C:\\home' Errorlog: 'C:\\log'\n\n");
-  EXPECT_EQ(Capture([&] { EXPECT_EQ(list.PrintServers(1), 0); }).out,
+  EXPECT_EQ(Capture([&] { EXPECT_EQ(list.PrintServers(ServerKind::kOracle), 0); }).out,
             "\tNo Servers in the Configuration List\n\n");
-  EXPECT_EQ(Capture([&] { EXPECT_EQ(list.PrintServers(7), 0); }).out,
+  EXPECT_EQ(Capture([&] { EXPECT_EQ(list.PrintServers(ServerKind{7}), 0); }).out,
             "\tNo Servers in the Configuration List\n\n");
-  list.Add(Record("X"), 7);
-  EXPECT_EQ(Capture([&] { EXPECT_EQ(list.PrintServers(7), 0); }).out, "");
+  list.Add(Record("X"), ServerKind{7});
+  EXPECT_EQ(Capture([&] { EXPECT_EQ(list.PrintServers(ServerKind{7}), 0); }).out, "");
 
-  EXPECT_EQ(Capture([&] { list.PrintConfigs(3); }).out,
+  EXPECT_EQ(Capture([&] { list.PrintConfigs(ServerKind::kSqlServer); }).out,
             "\n\t\t\tList of MSSQL Servers \n"
             "\n\t\t========================================================\n"
             "\n\tDatabase Server name: 'INST1'\n\tDatabase Server Version: ''\n"
@@ -134,7 +136,7 @@ TEST(DbConfigListTest, PrintFormats) {
             "\tServer Type '3'\n\tService Key ''\n\tConfig File ''\n\tClust Server ''\n"
             "\tTNS_ADMIN ''\n\tExtended Parameters ''\n\tServiceNumber '2'\n"
             "\tDatabase names to include ''\n\n");
-  EXPECT_EQ(Capture([&] { list.PrintConfigs(2); }).out,
+  EXPECT_EQ(Capture([&] { list.PrintConfigs(ServerKind::kSybase); }).out,
             "\n\n\t\tNo Servers were found in the Configuration List\n\n");
   list.SetConsole(0);
 }

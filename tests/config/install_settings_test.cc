@@ -33,17 +33,18 @@ TEST_F(InstallSettingsTest, FormsOfUnsetSettings) {
     list.SetPortNumber("SQXA_T_PORT");
   });
   const std::string cwd = platform::CurrentDirectory();
-  EXPECT_EQ(list.GetEtcDir(1), cwd);
-  EXPECT_EQ(list.GetLogDir(1), "\\logs");  // built on the stored, empty, etc setting
-  EXPECT_EQ(list.GetBinDir(1), cwd);       // built on the resolved one
-  EXPECT_EQ(list.GetDllDir(1), "");
-  EXPECT_EQ(list.GetPortNumber(1), "1999");
-  EXPECT_EQ(list.GetEtcDir(2), "@ETCPATH@");
-  EXPECT_EQ(list.GetLogDir(3), "%LOGPATH%");
-  EXPECT_EQ(list.GetPortNumber(2), "@PORTNUMBER@");
-  EXPECT_EQ(list.GetBinDir(3), "%BINPATH%");
-  EXPECT_EQ(list.GetDllDir(2), "@DLLPATH@");
-  EXPECT_EQ(list.GetPortNumber(4), "");
+  EXPECT_EQ(list.GetEtcDir(PathForm::kResolved), cwd);
+  EXPECT_EQ(list.GetLogDir(PathForm::kResolved),
+            "\\logs");                                  // built on the stored, empty, etc setting
+  EXPECT_EQ(list.GetBinDir(PathForm::kResolved), cwd);  // built on the resolved one
+  EXPECT_EQ(list.GetDllDir(PathForm::kResolved), "");
+  EXPECT_EQ(list.GetPortNumber(PathForm::kResolved), "1999");
+  EXPECT_EQ(list.GetEtcDir(PathForm::kAtSign), "@ETCPATH@");
+  EXPECT_EQ(list.GetLogDir(PathForm::kPercent), "%LOGPATH%");
+  EXPECT_EQ(list.GetPortNumber(PathForm::kAtSign), "@PORTNUMBER@");
+  EXPECT_EQ(list.GetBinDir(PathForm::kPercent), "%BINPATH%");
+  EXPECT_EQ(list.GetDllDir(PathForm::kAtSign), "@DLLPATH@");
+  EXPECT_EQ(list.GetPortNumber(PathForm{4}), "");
 }
 
 TEST_F(InstallSettingsTest, FormsOfSetSettings) {
@@ -53,15 +54,15 @@ TEST_F(InstallSettingsTest, FormsOfSetSettings) {
   list.SetConsole(0);
   list.SetEtcDir("SQXA_T_ETC");
   list.SetPortNumber("SQXA_T_PORT");
-  EXPECT_EQ(list.GetEtcDir(0), "C:\\agent");
-  EXPECT_EQ(list.GetEtcDir(1), "C:\\agent");
-  EXPECT_EQ(list.GetEtcDir(4), "C:\\agent");
-  EXPECT_EQ(list.GetLogDir(1), "C:\\agent\\logs");
-  EXPECT_EQ(list.GetLogDir(4), "");
-  EXPECT_EQ(list.GetDllDir(1), "C:\\agent");
-  EXPECT_EQ(list.GetBinDir(1), "C:\\agent");
-  EXPECT_EQ(list.GetBinDir(4), "");
-  EXPECT_EQ(list.GetPortNumber(1), "1920");
+  EXPECT_EQ(list.GetEtcDir(PathForm::kStored), "C:\\agent");
+  EXPECT_EQ(list.GetEtcDir(PathForm::kResolved), "C:\\agent");
+  EXPECT_EQ(list.GetEtcDir(PathForm{4}), "C:\\agent");
+  EXPECT_EQ(list.GetLogDir(PathForm::kResolved), "C:\\agent\\logs");
+  EXPECT_EQ(list.GetLogDir(PathForm{4}), "");
+  EXPECT_EQ(list.GetDllDir(PathForm::kResolved), "C:\\agent");
+  EXPECT_EQ(list.GetBinDir(PathForm::kResolved), "C:\\agent");
+  EXPECT_EQ(list.GetBinDir(PathForm{4}), "");
+  EXPECT_EQ(list.GetPortNumber(PathForm::kResolved), "1920");
 }
 
 TEST_F(InstallSettingsTest, UnsetVariablesAreReported) {

@@ -28,7 +28,8 @@ class InstanceRemovalTest : public ConfigTestHome {
 
 TEST_F(InstanceRemovalTest, RemovesTheFilesThatExist) {
   Write("VSQMMA_INST1.ini", "x");
-  const Captured got = Capture([&] { RemoveInstanceFiles(3, Etc(), "INST1"); });
+  const Captured got =
+      Capture([&] { RemoveInstanceFiles(ServerKind::kSqlServer, Etc(), "INST1"); });
   EXPECT_FALSE(Exists("VSQMMA_INST1.ini"));
   EXPECT_EQ(got.out, "Finished removing " + Etc() + "\\VSQMMA_INST1.ini file\n\n");
 
@@ -36,8 +37,8 @@ TEST_F(InstanceRemovalTest, RemovesTheFilesThatExist) {
   Write("MSMSQL_INST2.bat", "x");
   Write("VIXMMA_INST2.ini", "x");
   (void)Capture([&] {
-    RemoveInstanceFiles(3, Etc(), "INST2");
-    RemoveInstanceFiles(4, Etc(), "INST2");
+    RemoveInstanceFiles(ServerKind::kSqlServer, Etc(), "INST2");
+    RemoveInstanceFiles(ServerKind::kInformix, Etc(), "INST2");
   });
   EXPECT_FALSE(Exists("VSQMMA_INST2.ini"));
   EXPECT_FALSE(Exists("MSMSQL_INST2.bat"));
@@ -66,7 +67,7 @@ TEST_F(InstanceRemovalTest, RemovingAnInstanceKeyReportsEachStep) {
   ASSERT_TRUE(sqxa_test::LoadHost(
       "Windows Registry Editor Version 5.00\n\n"
       "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\INST1\\Environment]\n\"A\"=\"1\"\n\n"));
-  const Captured got = Capture([] { RemoveInstanceKey(3, "INST1", 3); });
+  const Captured got = Capture([] { RemoveInstanceKey(ServerKind::kSqlServer, "INST1", 3); });
   EXPECT_EQ(got.out.find("[DBG] Deleting instance [Software\\Marlox\\VSQ\\610\\INST1]\n\n"), 0u)
       << got.out;
   // Services that do not exist count as deleted; without a service manager

@@ -42,17 +42,18 @@ TEST_F(PreConfigScanTest, IncludeFileNamesExistingInstancesOnce) {
                           Add("INST1") + "Add=\n; comment\n" + std::string(400, 'A') + "\n" +
                           last.substr(0, last.size() - 1));  // no final newline
   std::vector<std::string> names;
-  EXPECT_EQ(list_->GetPreConfigList(3, &names), 2);
+  EXPECT_EQ(list_->GetPreConfigList(ServerKind::kSqlServer, &names), 2);
   // An indented line does not begin with "A"; a missing file adds nothing.
   EXPECT_EQ(names, (std::vector<std::string>{"INST1", "INST2"}));
-  EXPECT_EQ(list_->GetPreConfigList(4, &names), 0);  // kind 4 has no include file
+  EXPECT_EQ(list_->GetPreConfigList(ServerKind::kInformix, &names),
+            0);  // kind 4 has no include file
 }
 
 TEST_F(PreConfigScanTest, MissingIncludeFileGivesAnEmptyScan) {
   std::vector<std::string> names;
-  EXPECT_EQ(list_->GetPreConfigList(3, &names), 0);
-  ASSERT_EQ(list_->ScanPreConfig(3), 0);
-  EXPECT_EQ(list_->GetCount(3), 0);
+  EXPECT_EQ(list_->GetPreConfigList(ServerKind::kSqlServer, &names), 0);
+  ASSERT_EQ(list_->ScanPreConfig(ServerKind::kSqlServer), 0);
+  EXPECT_EQ(list_->GetCount(ServerKind::kSqlServer), 0);
 }
 
 TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
@@ -72,10 +73,10 @@ TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
                           "\"COLL_SERVERID\"=\"INST2\"\n\"COLL_SERVICENUMBER\"=\"2\"\n\n"));
 
   list_->SetConsole(1);
-  const Captured got = Capture([&] { EXPECT_EQ(list_->ScanPreConfig(3), 0); });
+  const Captured got = Capture([&] { EXPECT_EQ(list_->ScanPreConfig(ServerKind::kSqlServer), 0); });
   list_->SetConsole(0);
-  ASSERT_EQ(list_->GetCount(3), 3);
-  const DbConfig* first = list_->GetAt(0, 3);
+  ASSERT_EQ(list_->GetCount(ServerKind::kSqlServer), 3);
+  const DbConfig* first = list_->GetAt(0, ServerKind::kSqlServer);
   EXPECT_EQ(first->getServerName(), "INST1");
   EXPECT_EQ(first->getLoginName(), "sa");
   EXPECT_EQ(first->getClusterServer(), "VSQL1");
@@ -84,12 +85,12 @@ TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
   EXPECT_EQ(first->getServerType(), 3);
   EXPECT_EQ(first->getConfigType(), kConfigScanned);
   EXPECT_EQ(first->getServiceNumber(), 4);  // from its management-agent file
-  const DbConfig* second = list_->GetAt(1, 3);
+  const DbConfig* second = list_->GetAt(1, ServerKind::kSqlServer);
   EXPECT_EQ(second->getServiceNumber(), 2);
   EXPECT_EQ(second->getTbldDailyFrequency(), 3);  // carried over from the first instance
   // No key at all (its tool died before it registered): named after its file,
   // so that its number is read and its include line kept.
-  const DbConfig* third = list_->GetAt(2, 3);
+  const DbConfig* third = list_->GetAt(2, ServerKind::kSqlServer);
   EXPECT_EQ(third->getServerName(), "INST3");
   EXPECT_EQ(third->getServiceNumber(), 9);
   EXPECT_FALSE(third->isRegistered());
@@ -133,7 +134,7 @@ TEST_F(PreConfigScanTest, AnUnreadableListFailsTheScan) {
                  : real.open(path, mode, file);
     };
     (void)platform::SetFileSystemCallsForTesting(&calls);
-    EXPECT_EQ(list_->ScanPreConfig(3), EIO);
+    EXPECT_EQ(list_->ScanPreConfig(ServerKind::kSqlServer), EIO);
     (void)platform::SetFileSystemCallsForTesting(nullptr);
   }
 }
@@ -143,18 +144,18 @@ TEST_F(PreConfigScanTest, ADotBeforeTheStemGivesNoName) {
   Write("v6.1/VSQMMA_INST1.ini", "");
   Write("vsqinc.ini", "Add=" + Etc() + "\\v6.1\\VSQMMA_INST1.ini\n");
   std::vector<std::string> names;
-  EXPECT_EQ(list_->GetPreConfigList(3, &names), 1);
+  EXPECT_EQ(list_->GetPreConfigList(ServerKind::kSqlServer, &names), 1);
   EXPECT_EQ(names, std::vector<std::string>{""});
   // The scan still finds the registration under the name the file carries.
   ASSERT_TRUE(
       sqxa_test::LoadHost("Windows Registry Editor Version 5.00\n\n"
                           "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\INST1\\Environment]\n"
                           "\"COLL_SERVERID\"=\"INST1\"\n\"COLL_LOGON\"=\"sa\"\n\n"));
-  ASSERT_EQ(list_->ScanPreConfig(3), 0);
-  ASSERT_EQ(list_->GetCount(3), 1);
-  EXPECT_EQ(list_->GetAt(0, 3)->getServerName(), "INST1");
-  EXPECT_EQ(list_->GetAt(0, 3)->getLoginName(), "sa");
-  EXPECT_TRUE(list_->GetAt(0, 3)->isRegistered());
+  ASSERT_EQ(list_->ScanPreConfig(ServerKind::kSqlServer), 0);
+  ASSERT_EQ(list_->GetCount(ServerKind::kSqlServer), 1);
+  EXPECT_EQ(list_->GetAt(0, ServerKind::kSqlServer)->getServerName(), "INST1");
+  EXPECT_EQ(list_->GetAt(0, ServerKind::kSqlServer)->getLoginName(), "sa");
+  EXPECT_TRUE(list_->GetAt(0, ServerKind::kSqlServer)->isRegistered());
 }
 
 }  // namespace

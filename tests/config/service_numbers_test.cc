@@ -29,7 +29,7 @@ class ServiceNumbersTest : public ConfigTestHome {
     record->setServiceNumber(number);
     record->setConfigType(type);
     DbConfig* added = record.get();
-    list_->Add(std::move(record), 3);
+    list_->Add(std::move(record), ServerKind::kSqlServer);
     return added;
   }
   void Instance(const std::string& name, const std::string& text) {
@@ -44,14 +44,14 @@ TEST_F(ServiceNumbersTest, ReadFromTheAgentSectionOfTheInstanceFile) {
   Instance("LOWER", "[vmamssqlagent4]\n");
   DbConfig a;
   a.setServerName("A");
-  EXPECT_EQ(list_->GetServiceNumber(3, a), 7);
+  EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), 7);
   a.setServerName("X");
-  EXPECT_EQ(list_->GetServiceNumber(3, a), 0);
+  EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), 0);
   a.setServerName("LOWER");
-  EXPECT_EQ(list_->GetServiceNumber(3, a), -1);
+  EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), -1);
   a.setServerName("MISSING");
-  EXPECT_EQ(list_->GetServiceNumber(3, a), -3);
-  EXPECT_EQ(list_->GetServiceNumber(5, a), -2);
+  EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), -3);
+  EXPECT_EQ(list_->GetServiceNumber(ServerKind{5}, a), -2);
 }
 
 TEST_F(ServiceNumbersTest, TheLowestFreeNumberFromTheFiles) {
@@ -60,7 +60,8 @@ TEST_F(ServiceNumbersTest, TheLowestFreeNumberFromTheFiles) {
     Add(name, -1, kConfigScanned);
   }
   list_->SetConsole(1);
-  const Captured got = Capture([&] { EXPECT_EQ(list_->GetAvailServiceNumber(3), 2); });
+  const Captured got =
+      Capture([&] { EXPECT_EQ(list_->GetAvailServiceNumber(ServerKind::kSqlServer), 2); });
   EXPECT_NE(got.out.find("GetAvailServiceNumber: Setting service number 3 as unavailable\n"),
             std::string::npos);
   EXPECT_NE(got.out.find("GetAvailServiceNumber: Service number 2 is available\n"
@@ -69,8 +70,8 @@ TEST_F(ServiceNumbersTest, TheLowestFreeNumberFromTheFiles) {
   list_->SetConsole(0);
 
   Add("NOFILE", -1, kConfigScanned);
-  EXPECT_EQ(list_->GetAvailServiceNumber(3), -3);
-  EXPECT_EQ(list_->GetAvailServiceNumber(9), -1);
+  EXPECT_EQ(list_->GetAvailServiceNumber(ServerKind::kSqlServer), -3);
+  EXPECT_EQ(list_->GetAvailServiceNumber(ServerKind{9}), -1);
 }
 
 TEST_F(ServiceNumbersTest, AllFiftyTaken) {
@@ -80,7 +81,8 @@ TEST_F(ServiceNumbersTest, AllFiftyTaken) {
     Add(name, i, kConfigScanned);
   }
   list_->SetConsole(1);
-  const Captured got = Capture([&] { EXPECT_EQ(list_->GetAvailServiceNumber(3), -10); });
+  const Captured got =
+      Capture([&] { EXPECT_EQ(list_->GetAvailServiceNumber(ServerKind::kSqlServer), -10); });
   EXPECT_NE(got.out.find("GetAvailServiceNumber: Maximum instances (50) are already configured\n"
                          "GetAvailServiceNumber: exit, availnum=-10\n"),
             std::string::npos);
@@ -93,8 +95,8 @@ TEST_F(ServiceNumbersTest, ByConfigTypeTrustsTheRecords) {
   DbConfig* lost = Add("LOST", -1, kConfigScanned);
   DbConfig* second_new = Add("NEW2", 5, kConfigNew);
   list_->SetConsole(1);
-  const Captured got =
-      Capture([&] { EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(3, 0), 0); });
+  const Captured got = Capture(
+      [&] { EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(ServerKind::kSqlServer, 0), 0); });
   list_->SetConsole(0);
   EXPECT_EQ(scanned->getServiceNumber(), 0);
   EXPECT_EQ(first_new->getServiceNumber(), 1);
@@ -103,8 +105,8 @@ TEST_F(ServiceNumbersTest, ByConfigTypeTrustsTheRecords) {
   EXPECT_EQ(second_new->getServiceNumber(), 3);  // a stored number is not looked at
   EXPECT_NE(got.out.find("MODIFY: change CONFIG TYPE [LOST] to 'CONFIG_NEW'\n"), std::string::npos);
   EXPECT_NE(got.out.find("Assigned ServiceNumber[1] : Server [NEW1] \n"), std::string::npos);
-  EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(4, 0), 0);
-  EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(0, 0), -1);
+  EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(ServerKind::kInformix, 0), 0);
+  EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(ServerKind::kNone, 0), -1);
 }
 
 TEST_F(ServiceNumbersTest, AFailedAllocationIsReported) {
@@ -112,8 +114,8 @@ TEST_F(ServiceNumbersTest, AFailedAllocationIsReported) {
       util_set_allocator_for_testing([](std::size_t) -> void* { return nullptr; });
   list_->SetConsole(1);
   const Captured got = Capture([&] {
-    EXPECT_EQ(list_->GetAvailServiceNumber(3), -2);
-    EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(3, 0), -2);
+    EXPECT_EQ(list_->GetAvailServiceNumber(ServerKind::kSqlServer), -2);
+    EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(ServerKind::kSqlServer, 0), -2);
   });
   list_->SetConsole(0);
   util_set_allocator_for_testing(real);

@@ -23,24 +23,24 @@ TEST(DbServerListTest, ListsAreBoundedAndLookupsIgnoreCase) {
   DbServerList list("");
   for (int i = 0; i < 50; ++i) {
     auto server = Sql("S" + std::to_string(i));
-    EXPECT_EQ(list.add(server, 3), i + 1);
+    EXPECT_EQ(list.add(server, ServerKind::kSqlServer), i + 1);
     EXPECT_EQ(server, nullptr);  // taken
   }
   auto refused = Sql("S50");
-  EXPECT_EQ(list.add(refused, 3), 50);
+  EXPECT_EQ(list.add(refused, ServerKind::kSqlServer), 50);
   ASSERT_NE(refused, nullptr);  // still the caller's
-  EXPECT_EQ(list.count(3), 50);
-  EXPECT_EQ(list.count(1), 0);
+  EXPECT_EQ(list.count(ServerKind::kSqlServer), 50);
+  EXPECT_EQ(list.count(ServerKind::kOracle), 0);
 
-  EXPECT_EQ(list.find("s7", 3), list.at(7, 3));
-  EXPECT_EQ(list.find("S7", 1), nullptr);
-  EXPECT_EQ(list.at(50, 3), nullptr);
-  EXPECT_EQ(list.at(0, 60), nullptr);
+  EXPECT_EQ(list.find("s7", ServerKind::kSqlServer), list.at(7, ServerKind::kSqlServer));
+  EXPECT_EQ(list.find("S7", ServerKind::kOracle), nullptr);
+  EXPECT_EQ(list.at(50, ServerKind::kSqlServer), nullptr);
+  EXPECT_EQ(list.at(0, ServerKind{60}), nullptr);
 
   DbServerList mixed("");
   auto server = Sql("MSSQLSERVER");
-  mixed.add(server, 3);
-  EXPECT_NE(mixed.find("mssqlserver", 3), nullptr);
+  mixed.add(server, ServerKind::kSqlServer);
+  EXPECT_NE(mixed.find("mssqlserver", ServerKind::kSqlServer), nullptr);
 }
 
 TEST(DbServerListTest, EqualityAndTheInformixKind) {
@@ -60,15 +60,15 @@ TEST(DbServerListTest, PrintListsTheKnownKindsOnly) {
   DbServerList list("");
   auto one = Sql("INST1");
   auto two = Sql("VSQL1");
-  list.add(one, 3);
-  list.add(two, 3);
-  EXPECT_EQ(Capture([&] { list.print(3); }).out,
+  list.add(one, ServerKind::kSqlServer);
+  list.add(two, ServerKind::kSqlServer);
+  EXPECT_EQ(Capture([&] { list.print(ServerKind::kSqlServer); }).out,
             "\n\n\t\t\tList of MSSQL Server found on the system\n"
             "\t\t=======================================================\n"
             "\t\t1) INST1\n\t\t2) VSQL1\n");
-  EXPECT_EQ(Capture([&] { list.print(0); }).out, "");
-  EXPECT_EQ(Capture([&] { list.print(5); }).out, "");
-  EXPECT_EQ(Capture([&] { list.print(1); }).out,
+  EXPECT_EQ(Capture([&] { list.print(ServerKind::kNone); }).out, "");
+  EXPECT_EQ(Capture([&] { list.print(ServerKind{5}); }).out, "");
+  EXPECT_EQ(Capture([&] { list.print(ServerKind::kOracle); }).out,
             "\n\n\t\t\tList of Oracle Server found on the system\n"
             "\t\t=======================================================\n");
 }

@@ -68,26 +68,26 @@ TEST_F(OtherDiscoveryTest, OracleNumberedHomesAndTheirReleases) {
   const Captured printed = Capture([&] { scanOracleServers(&list); });
   EXPECT_EQ(printed.out, "No change in initfile\n");  // for initA.ora
   // A, B, then HOME3 read for i = 3, 4 and 5 (D and E each time), then F.
-  ASSERT_EQ(list.count(1), 9);
-  const auto* a = static_cast<const DbServerOra*>(list.at(0, 1));
+  ASSERT_EQ(list.count(ServerKind::kOracle), 9);
+  const auto* a = static_cast<const DbServerOra*>(list.at(0, ServerKind::kOracle));
   EXPECT_EQ(a->getServerName(), "A");
   EXPECT_EQ(a->getVersion(), "8.1.X");
   EXPECT_EQ(a->getErrorLogName(), "Aalrt.log");
   EXPECT_EQ(a->getServiceName(), "OracleServiceA");
   EXPECT_EQ(a->getExtraText3(), "C:\\ora\\h0\\network\\admin");
   EXPECT_EQ(a->getExtraText2(), "C:\\ora");
-  const auto* b = list.at(1, 1);
+  const auto* b = list.at(1, ServerKind::kOracle);
   EXPECT_EQ(b->getVersion(), "9.0.1");
   EXPECT_EQ(b->getErrorLogName(), "Balrt.log");
   EXPECT_EQ(b->getExtraText3(), "C:\\tns");
   for (int i = 2; i < 8; i += 2) {
-    EXPECT_EQ(list.at(i, 1)->getServerName(), "D");
-    EXPECT_EQ(list.at(i + 1, 1)->getServerName(), "E");
-    EXPECT_EQ(list.at(i, 1)->getVersion(), "9.2.0");
-    EXPECT_EQ(list.at(i, 1)->getErrorLogName(), "alert_D.log");
+    EXPECT_EQ(list.at(i, ServerKind::kOracle)->getServerName(), "D");
+    EXPECT_EQ(list.at(i + 1, ServerKind::kOracle)->getServerName(), "E");
+    EXPECT_EQ(list.at(i, ServerKind::kOracle)->getVersion(), "9.2.0");
+    EXPECT_EQ(list.at(i, ServerKind::kOracle)->getErrorLogName(), "alert_D.log");
   }
-  EXPECT_EQ(list.at(8, 1)->getServerName(), "F");
-  EXPECT_EQ(list.at(8, 1)->getVersion(), "11.1");
+  EXPECT_EQ(list.at(8, ServerKind::kOracle)->getServerName(), "F");
+  EXPECT_EQ(list.at(8, ServerKind::kOracle)->getVersion(), "11.1");
 }
 
 TEST_F(OtherDiscoveryTest, InitFileResolution) {
@@ -114,8 +114,8 @@ TEST_F(OtherDiscoveryTest, SybaseServersOfTypeSqlServer) {
   ASSERT_TRUE(sqxa_test::LoadHost(host));
   DbServerList list("");
   scanSybaseServers(&list);
-  ASSERT_EQ(list.count(2), 1);
-  const auto* server = static_cast<const DbServerSyb*>(list.at(0, 2));
+  ASSERT_EQ(list.count(ServerKind::kSybase), 1);
+  const auto* server = static_cast<const DbServerSyb*>(list.at(0, ServerKind::kSybase));
   EXPECT_EQ(server->getServerName(), "SYB1");
   EXPECT_EQ(server->getServiceName(), "Sybase SQLServer_SYB1");
   EXPECT_EQ(server->getHome(), "C:\\sybase");

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "discovery/db_server_list.h"
 #include "common/host_registry.h"
+#include "discovery/db_server_list.h"
 #include "discovery/local_config_log.h"
 #include "discovery/sql_server_discovery.h"
 #include "platform/system.h"
@@ -121,8 +121,8 @@ TEST_F(SqlServerDiscoveryTest, EachReleaseScanFindsItsOwnInstances) {
   DbServerList list("");
   scanSqlServerInstances(&list);
   EXPECT_EQ(list.is64BitWindows(), 1);
-  ASSERT_EQ(list.count(3), 4);
-  const auto* first = static_cast<const DbServerSql*>(list.at(0, 3));
+  ASSERT_EQ(list.count(ServerKind::kSqlServer), 4);
+  const auto* first = static_cast<const DbServerSql*>(list.at(0, ServerKind::kSqlServer));
   EXPECT_EQ(first->getServerName(), "INST1");
   EXPECT_EQ(first->getHome(), "C:\\SQL\\MSSQL10.INST1");
   EXPECT_EQ(first->getVersion(), "10.0.1600.22");
@@ -132,15 +132,16 @@ TEST_F(SqlServerDiscoveryTest, EachReleaseScanFindsItsOwnInstances) {
   EXPECT_EQ(first->getErrorLogName(), "C:\\Log\\ERRORLOG");
   EXPECT_EQ(first->getClusterName(), "TESTHOST");
 
-  const auto* second = static_cast<const DbServerSql*>(list.at(1, 3));
+  const auto* second = static_cast<const DbServerSql*>(list.at(1, ServerKind::kSqlServer));
   EXPECT_EQ(second->getTcpPort(), "1433");                         // "1433,1434" read as a number
   EXPECT_EQ(second->getMasterDataFile(), "C:\\Data\\master.mdf");  // "-D" is not "-d"
   EXPECT_EQ(second->getErrorLogName(), "");
 
-  EXPECT_EQ(list.at(2, 3)->getServerName(), "VSQL1");  // the default instance by its cluster
-  EXPECT_EQ(list.at(2, 3)->getClusterName(), "VSQL1");
-  EXPECT_EQ(list.at(3, 3)->getServerName(), "OLD");
-  EXPECT_EQ(list.at(3, 3)->getVersion(), "9.00.1399.06");
+  EXPECT_EQ(list.at(2, ServerKind::kSqlServer)->getServerName(),
+            "VSQL1");  // the default instance by its cluster
+  EXPECT_EQ(list.at(2, ServerKind::kSqlServer)->getClusterName(), "VSQL1");
+  EXPECT_EQ(list.at(3, ServerKind::kSqlServer)->getServerName(), "OLD");
+  EXPECT_EQ(list.at(3, ServerKind::kSqlServer)->getVersion(), "9.00.1399.06");
 
   const std::string log = Log();
   for (const char* line : {
@@ -171,9 +172,9 @@ TEST_F(SqlServerDiscoveryTest, DefaultInstanceWithoutClusterIsListedUnderTheComp
       Host(true, "8", {{"MSSQLSERVER", Instance("MSSQL10.MSSQLSERVER", "10.0.1600.22")}})));
   DbServerList list("");
   scanSqlServerInstances(&list);
-  ASSERT_EQ(list.count(3), 1);
-  EXPECT_EQ(list.at(0, 3)->getServerName(), "TESTHOST");
-  EXPECT_EQ(list.find("testhost", 3), list.at(0, 3));
+  ASSERT_EQ(list.count(ServerKind::kSqlServer), 1);
+  EXPECT_EQ(list.at(0, ServerKind::kSqlServer)->getServerName(), "TESTHOST");
+  EXPECT_EQ(list.find("testhost", ServerKind::kSqlServer), list.at(0, ServerKind::kSqlServer));
 }
 
 TEST_F(SqlServerDiscoveryTest, OnlyFiftyInstanceNamesAreReadAndTheScanIsQuick) {
@@ -191,8 +192,8 @@ TEST_F(SqlServerDiscoveryTest, OnlyFiftyInstanceNamesAreReadAndTheScanIsQuick) {
   scanSqlServerInstances(&list);
   const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(
       std::chrono::steady_clock::now() - start);
-  EXPECT_EQ(list.count(3), 50);
-  EXPECT_EQ(list.at(49, 3)->getServerName(), "I59");
+  EXPECT_EQ(list.count(ServerKind::kSqlServer), 50);
+  EXPECT_EQ(list.at(49, ServerKind::kSqlServer)->getServerName(), "I59");
   std::printf("discovery of 50 instances: %lld us\n", static_cast<long long>(elapsed.count()));
   EXPECT_LT(elapsed.count(),
             500000);  // the target is well under 50 ms; sanitizers and Wine are slower
@@ -209,8 +210,9 @@ TEST_F(SqlServerDiscoveryTest, OverlongValuesEndAnEnumerationWithoutHarm) {
   ASSERT_TRUE(sqxa_test::LoadHost(text));
   DbServerList list("");
   scanSqlServerInstances(&list);
-  ASSERT_EQ(list.count(3), 2);
-  EXPECT_EQ(list.at(0, 3)->getTcpPort(), "1433");  // a DWORD port reads as its number
+  ASSERT_EQ(list.count(ServerKind::kSqlServer), 2);
+  EXPECT_EQ(list.at(0, ServerKind::kSqlServer)->getTcpPort(),
+            "1433");  // a DWORD port reads as its number
 }
 
 TEST_F(SqlServerDiscoveryTest, WithoutMarloxHomeNothingIsLogged) {
@@ -218,7 +220,7 @@ TEST_F(SqlServerDiscoveryTest, WithoutMarloxHomeNothingIsLogged) {
   ASSERT_TRUE(sqxa_test::LoadHost(Host(true, "8", {})));
   DbServerList list("");
   scanSqlServerInstances(&list);
-  EXPECT_EQ(list.count(3), 0);
+  EXPECT_EQ(list.count(ServerKind::kSqlServer), 0);
   EXPECT_EQ(Log(), "");
 }
 

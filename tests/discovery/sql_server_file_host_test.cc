@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "discovery/db_server_list.h"
 #include "common/host_registry.h"
+#include "discovery/db_server_list.h"
 #include "discovery/sql_server_discovery.h"
 
 namespace discovery {
@@ -20,7 +20,7 @@ TEST(SqlServerFileHostTest, A32BitHostYieldsNoServer) {
   DbServerList list("");
   scanSqlServerInstances(&list);
   EXPECT_EQ(list.is64BitWindows(), 0);
-  EXPECT_EQ(list.count(3), 0);
+  EXPECT_EQ(list.count(ServerKind::kSqlServer), 0);
 }
 
 }  // namespace

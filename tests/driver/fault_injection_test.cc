@@ -128,7 +128,7 @@ class FaultInjectionTest : public ::testing::Test {
              {"MARLOX_HOME", home}, {"PORTNUMBER", "1920"}, {"COMPUTERNAME", "HOST1"}}) {
       ASSERT_TRUE(platform::SetEnvironment(name, value));
     }
-    SetServerKind(kServerSqlServer);
+    support::SetServerKind(support::ServerKind::kSqlServer);
   }
   void TearDown() override {
     Faults::Remove();

@@ -32,7 +32,7 @@ class ValidationTest : public ::testing::Test {
   }
   void TearDown() override {
     fs::remove_all(root_);
-    SetServerKind(kServerSqlServer);
+    support::SetServerKind(support::ServerKind::kSqlServer);
   }
   // A path in the Windows form the settings use.
   std::string Path(const std::string& relative) const {
@@ -155,7 +155,7 @@ TEST(MajorVersionTest, DigitsBeforeThePoint) {
 }
 
 TEST_F(ValidationTest, KindsWithoutAValidatorPass) {
-  SetServerKind(kServerInformix);
+  support::SetServerKind(support::ServerKind::kInformix);
   VFW::InstanceConfig instance("x");
   instance.addSection("DBSETTINGS");
   EXPECT_EQ(validateCfgParms(instance), VDB_RC_OK);

@@ -50,7 +50,7 @@ TEST_F(Failures, DirectoryThatCannotBeMade) {
     EXPECT_EQ(write_single_mssql_ini(list_, record, 3), 2);
     EXPECT_EQ(write_single_mssql_bat(list_, record), 2);
     EXPECT_EQ(write_single_oracle_bat(list_, OracleRecord("O", "9.2", "")), 2);
-    EXPECT_EQ(Generate_IniIncFile(list_, 3), 2);
+    EXPECT_EQ(Generate_IniIncFile(list_, ServerKind::kSqlServer), 2);
   });
   const std::string ini = etc + "\\VSQMMA_INST1.ini";
   EXPECT_NE(traced.find("\nCan't open file '" + ini + "'\ncreate_dir(): _mkdir('" + etc +
@@ -71,7 +71,7 @@ TEST_F(Failures, FileThatCannotBeOpened) {
   const std::string traced = Traced([&] {
     EXPECT_EQ(write_single_mssql_ini(list_, SqlServerRecord("INST1", "D:\\SQL"), 3), 1);
     EXPECT_EQ(write_single_sybase_bat(list_, SybaseRecord("S", "12.5")), 1);
-    list_.Add(std::make_unique<config::DbConfig>(InformixRecord("I", 0)), 4);
+    list_.Add(std::make_unique<config::DbConfig>(InformixRecord("I", 0)), ServerKind::kInformix);
     EXPECT_EQ(write_informix_ini_files(list_, 1), 0);
   });
   EXPECT_NE(traced.find("ERROR: File '" + etc + "\\VSQMMA_INST1.ini' open_init() failure\n"),
@@ -86,9 +86,9 @@ TEST_F(Failures, CrashBeforeTheRenameLeavesTheOldFiles) {
   ASSERT_TRUE(sqxa_test::LoadHost(DefaultHomeRegistry()));
   Write("vsqmma.ini", kManagementAgentText);
   config::DbConfig record = SqlServerRecord("INST1", "D:\\SQL");
-  list_.Add(std::make_unique<config::DbConfig>(record), 3);
-  ASSERT_EQ(Generate_IniBatFiles(list_, 3, record, 3), 0);
-  ASSERT_EQ(Generate_IniIncFile(list_, 3), 0);
+  list_.Add(std::make_unique<config::DbConfig>(record), ServerKind::kSqlServer);
+  ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kSqlServer, record, 3), 0);
+  ASSERT_EQ(Generate_IniIncFile(list_, ServerKind::kSqlServer), 0);
   ASSERT_TRUE(platform::WriteIniSection("Override Local Settings", "A=1\0\0",
                                         Etc() + "\\VSQMMA_INST1.ini"));
   const std::set<std::string> names = Names();
@@ -101,11 +101,12 @@ TEST_F(Failures, CrashBeforeTheRenameLeavesTheOldFiles) {
   failing.rename = [](const std::string&, const std::string&) { return EIO; };
   (void)platform::SetFileSystemCallsForTesting(&failing);
   record.setLoginName("changed");
-  list_.Add(std::make_unique<config::DbConfig>(SqlServerRecord("INST2", "D:\\SQL2")), 3);
+  list_.Add(std::make_unique<config::DbConfig>(SqlServerRecord("INST2", "D:\\SQL2")),
+            ServerKind::kSqlServer);
   const std::string traced = Traced([&] {
     EXPECT_EQ(write_single_mssql_ini(list_, record, 3), 1);
     EXPECT_EQ(write_single_mssql_bat(list_, record), 1);
-    EXPECT_EQ(Generate_IniIncFile(list_, 3), 2);
+    EXPECT_EQ(Generate_IniIncFile(list_, ServerKind::kSqlServer), 2);
     EXPECT_EQ(CopyLocalSettings(list_, Etc() + "\\vsqmma.ini", Etc() + "\\vdbtset.ini"), -2);
   });
   (void)platform::SetFileSystemCallsForTesting(nullptr);

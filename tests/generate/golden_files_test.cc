@@ -21,7 +21,7 @@ TEST_F(GoldenFiles, SqlServerNamedAndDefaultInstance) {
 
   const config::DbConfig named =
       SqlServerRecord("INST1", "C:\\Program Files\\Microsoft SQL Server\\MSSQL10.INST1\\MSSQL");
-  ASSERT_EQ(Generate_IniBatFiles(list_, 3, named, 3), 0);
+  ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kSqlServer, named, 3), 0);
   ExpectGolden("VSQMMA_INST1.ini", "mssql_named.ini");
   ExpectGolden("MSMSQL_INST1.bat", "mssql_named.bat");
   EXPECT_TRUE(std::filesystem::is_directory(etc_ / "logs" / "History" / "VSQ" / "INST1"));
@@ -30,7 +30,7 @@ TEST_F(GoldenFiles, SqlServerNamedAndDefaultInstance) {
   config::DbConfig main = SqlServerRecord("MSSQLSERVER", kDefaultSqlHome);
   main.setHomeDir("c:\\program files\\microsoft sql server\\mssql");
   main.setExtendedParams("1");
-  ASSERT_EQ(Generate_IniBatFiles(list_, 3, main, 0), 0);
+  ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kSqlServer, main, 0), 0);
   ExpectGolden("VSQMMA_MSSQLSERVER.ini", "mssql_default.ini");
   ExpectGolden("MSMSQL_MSSQLSERVER.bat", "mssql_default.bat");
 }
@@ -43,7 +43,9 @@ TEST_F(GoldenFiles, OracleByVersionAndTnsAdmin) {
   };
   for (const Case& c : {Case{"8.1.7", "D:\\tns"}, Case{"9.2.0", ""}, Case{"12.1.0", ""}}) {
     const std::string name = std::string("ORA") + c.version;
-    ASSERT_EQ(Generate_IniBatFiles(list_, 1, OracleRecord(name, c.version, c.tns_admin), 1), 0);
+    ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kOracle,
+                                   OracleRecord(name, c.version, c.tns_admin), 1),
+              0);
     ExpectGolden("VORMMA_" + name + ".ini", std::string("oracle_") + c.version + ".ini");
     ExpectGolden("Oracle_" + name + ".bat", std::string("oracle_") + c.version + ".bat");
   }
@@ -53,7 +55,7 @@ TEST_F(GoldenFiles, SybaseByVersion) {
   Write("vsymma.ini", kManagementAgentText);
   for (const char* version : {"11.9.2", "12.5", "15.0.3"}) {
     const std::string name = std::string("SYB") + version;
-    ASSERT_EQ(Generate_IniBatFiles(list_, 2, SybaseRecord(name, version), 2), 0);
+    ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kSybase, SybaseRecord(name, version), 2), 0);
     ExpectGolden("VSYMMA_" + name + ".ini", std::string("sybase_") + version + ".ini");
     ExpectGolden("Sybase_" + name + ".bat", std::string("sybase_") + version + ".bat");
   }
@@ -66,8 +68,8 @@ TEST_F(GoldenFiles, InformixFilesOfTheWholeList) {
   Write("vdbtset.ini", "[Local Settings]\nCOLL_DEBUG=1\n");
   ASSERT_TRUE(platform::SetEnvironment("SQXA_TEST_HOST", "dbhost"));
   list_.SetHostName("SQXA_TEST_HOST");
-  list_.Add(std::make_unique<config::DbConfig>(InformixRecord("IFX1", 4)), 4);
-  list_.Add(std::make_unique<config::DbConfig>(InformixRecord("IFX2", 5)), 4);
+  list_.Add(std::make_unique<config::DbConfig>(InformixRecord("IFX1", 4)), ServerKind::kInformix);
+  list_.Add(std::make_unique<config::DbConfig>(InformixRecord("IFX2", 5)), ServerKind::kInformix);
 
   EXPECT_EQ(write_informix_ini_files(list_, 2), 2);
   EXPECT_EQ(write_informix_bat_files(list_, 2), 2);
@@ -84,7 +86,7 @@ TEST_F(GoldenFiles, IniKeepsValuesAsGivenBatEscapesThem) {
   config::DbConfig record = SqlServerRecord("a%n&s", "C:\\100%\\(x86)\\%PATH%");
   record.setLoginName("x%d%%");
   record.setPassword("p\"&|\"&");
-  ASSERT_EQ(Generate_IniBatFiles(list_, 3, record, 7), 0);
+  ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kSqlServer, record, 7), 0);
   const std::string ini = Read("VSQMMA_a%n&s.ini");
   for (const char* line :
        {"MarTask=a%n&s\n", "COLL_LOGON=x%d%%\n", "COLL_PASSWORD=p\"&|\"&\n",
@@ -100,8 +102,8 @@ TEST_F(GoldenFiles, IniKeepsValuesAsGivenBatEscapesThem) {
     EXPECT_NE(bat.find(line), std::string::npos) << line << bat;
   }
 
-  list_.Add(std::make_unique<config::DbConfig>(record), 3);
-  ASSERT_EQ(Generate_IniIncFile(list_, 3), 0);
+  list_.Add(std::make_unique<config::DbConfig>(record), ServerKind::kSqlServer);
+  ASSERT_EQ(Generate_IniIncFile(list_, ServerKind::kSqlServer), 0);
   EXPECT_EQ(Read("vsqinc.ini"), "\n[Include]\nAdd={ETC}\\VSQMMA_a%n&s.ini\n");
 }
 
@@ -114,13 +116,13 @@ TEST_F(GoldenFiles, EveryKindEscapesTheHome) {
   }
   config::DbConfig oracle = OracleRecord("O1", "9.2.0", "");
   oracle.setHomeDir(home);
-  ASSERT_EQ(Generate_IniBatFiles(list_, 1, oracle, 1), 0);
+  ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kOracle, oracle, 1), 0);
   config::DbConfig sybase = SybaseRecord("S1", "11.9.2");
   sybase.setHomeDir(home);
-  ASSERT_EQ(Generate_IniBatFiles(list_, 2, sybase, 2), 0);
+  ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kSybase, sybase, 2), 0);
   config::DbConfig informix = InformixRecord("I1", 4);
   informix.setHomeDir(home);
-  list_.Add(std::make_unique<config::DbConfig>(informix), 4);
+  list_.Add(std::make_unique<config::DbConfig>(informix), ServerKind::kInformix);
   EXPECT_EQ(write_informix_bat_files(list_, 1), 1);
 
   struct Case {

@@ -32,7 +32,8 @@ TEST_F(TestSettings, CopiesEveryLocalSettingsSectionUpToItsFirstEmptyLine) {
 
 TEST_F(TestSettings, MadeOnceAndReusedByEveryInstanceAndKind) {
   Write("vsqmma.ini", kManagementAgentText);
-  ASSERT_EQ(Generate_IniBatFiles(list_, 3, SqlServerRecord("A", "D:\\A"), 0), 0);
+  ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kSqlServer, SqlServerRecord("A", "D:\\A"), 0),
+            0);
   EXPECT_EQ(Read("vdbtset.ini"), "[Local Settings]\nKBB_RAS1=ERROR\nCOLL_DEBUG=0\n");
   const std::string ini = Read("VSQMMA_A.ini");
   EXPECT_TRUE(ini.ends_with("Action=NOStart\n\n[Local Settings]\nKBB_RAS1=ERROR\nCOLL_DEBUG=0\n"))
@@ -41,7 +42,7 @@ TEST_F(TestSettings, MadeOnceAndReusedByEveryInstanceAndKind) {
   // Another instance, even of another kind whose management-agent file is
   // missing, takes the file as it is.
   Write("vsqmma.ini", "[Local Settings]\nCHANGED=1\n");
-  ASSERT_EQ(Generate_IniBatFiles(list_, 1, OracleRecord("B", "11.2", ""), 1), 0);
+  ASSERT_EQ(Generate_IniBatFiles(list_, ServerKind::kOracle, OracleRecord("B", "11.2", ""), 1), 0);
   EXPECT_EQ(Read("vdbtset.ini"), "[Local Settings]\nKBB_RAS1=ERROR\nCOLL_DEBUG=0\n");
   const std::string oracle = Read("VORMMA_B.ini");
   EXPECT_TRUE(oracle.ends_with("Action=NOStart\n[Local Settings]\nKBB_RAS1=ERROR\nCOLL_DEBUG=0\n"))
@@ -50,8 +51,9 @@ TEST_F(TestSettings, MadeOnceAndReusedByEveryInstanceAndKind) {
 
 TEST_F(TestSettings, MissingSourceStopsTheInstanceFiles) {
   list_.SetConsole(1);
-  const Captured got =
-      Capture([&] { EXPECT_EQ(Generate_IniBatFiles(list_, 2, SybaseRecord("S", "15.0"), 0), -1); });
+  const Captured got = Capture([&] {
+    EXPECT_EQ(Generate_IniBatFiles(list_, ServerKind::kSybase, SybaseRecord("S", "15.0"), 0), -1);
+  });
   list_.SetConsole(0);
   EXPECT_NE(got.out.find("CopyLocalSettings: Unable to open file '" + Etc() + "\\vsymma.ini'\n"),
             std::string::npos);
@@ -61,9 +63,9 @@ TEST_F(TestSettings, MissingSourceStopsTheInstanceFiles) {
 
   // Kind 4 has no management-agent file; with a test-settings file in place
   // it is refused by the driver instead.
-  EXPECT_EQ(Generate_IniBatFiles(list_, 4, InformixRecord("I", 0), 0), -1);
+  EXPECT_EQ(Generate_IniBatFiles(list_, ServerKind::kInformix, InformixRecord("I", 0), 0), -1);
   Write("vdbtset.ini", "");
-  EXPECT_EQ(Generate_IniBatFiles(list_, 4, InformixRecord("I", 0), 0), 10);
+  EXPECT_EQ(Generate_IniBatFiles(list_, ServerKind::kInformix, InformixRecord("I", 0), 0), 10);
   EXPECT_FALSE(Exists("VIXMMA_I.ini"));
 }
 

@@ -40,24 +40,24 @@ TEST_F(ConfigLogTest, ChannelsRouteTextAndOnlyTheLogChannelsExpandPercentPairs) 
   ASSERT_EQ(log.OpenLog(log_path.string()), 1);
   std::FILE* ini = std::fopen((dir_ / "x.ini").string().c_str(), "wb");
   ASSERT_NE(ini, nullptr);
-  log.SetStream(kIniChannel, ini);
+  log.SetStream(Channel::kIni, ini);
 
   const Captured quiet = Capture([&] {
-    log.Output(1, "name %s\n", "a%n%s 100%%");
-    log.Output(7, "seven %d%%\n", 7);
-    log.Output(kIniChannel, "COLL_HOME=%s\n", "C:\\100%%");
-    log.Output(kBatChannel, "dropped: no stream\n");
-    log.Output(kIncludeChannel, "dropped too\n");
+    log.Output(Channel::kLog, "name %s\n", "a%n%s 100%%");
+    log.Output(Channel{7}, "seven %d%%\n", 7);
+    log.Output(Channel::kIni, "COLL_HOME=%s\n", "C:\\100%%");
+    log.Output(Channel::kBat, "dropped: no stream\n");
+    log.Output(Channel::kInclude, "dropped too\n");
   });
   EXPECT_EQ(quiet.out, "");
 
   log.SetConsole(1);
-  const Captured console = Capture([&] { log.Output(1, "%s\n", "shown 50%%"); });
+  const Captured console = Capture([&] { log.Output(Channel::kLog, "%s\n", "shown 50%%"); });
   EXPECT_EQ(console.out, "shown 50%\n");
-  EXPECT_EQ(Capture([&] { log.Output(9, "not shown\n"); }).out, "");
+  EXPECT_EQ(Capture([&] { log.Output(Channel{9}, "not shown\n"); }).out, "");
 
   std::fclose(ini);
-  log.SetStream(kIniChannel, nullptr);
+  log.SetStream(Channel::kIni, nullptr);
   log.CloseLog();
   EXPECT_FALSE(log.IsLogOpen());
   EXPECT_EQ(log.LogFileName(), "");
@@ -71,7 +71,7 @@ TEST_F(ConfigLogTest, LogAppendsAndStampsInTheCalendarForm) {
   ConfigLog log(0);
   ASSERT_EQ(log.OpenLog(log_path.string()), 1);
   log.LogTimestamped("Start\n");
-  log.Output(1, "%s", std::string(5000, 'x').c_str());  // longer than any fixed buffer
+  log.Output(Channel::kLog, "%s", std::string(5000, 'x').c_str());  // longer than any fixed buffer
   log.CloseLog();
   const std::string text = Read(log_path);
   EXPECT_TRUE(
@@ -84,7 +84,8 @@ TEST_F(ConfigLogTest, WithoutALogFileChannelOneStillReachesTheConsole) {
   ConfigLog log(1);
   EXPECT_EQ(log.OpenLog((dir_ / "missing" / "dbcfg_x.log").string()), 0);
   log.LogTimestamped("nothing happens\n");
-  EXPECT_EQ(Capture([&] { log.Output(1, "to the console\n"); }).out, "to the console\n");
+  EXPECT_EQ(Capture([&] { log.Output(Channel::kLog, "to the console\n"); }).out,
+            "to the console\n");
 }
 
 TEST(ExpandPercentPairsTest, OnlyPairsCollapse) {
