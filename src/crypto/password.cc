@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "crypto/key_file_cipher.h"
 #include "crypto/legacy_cipher.h"
-#include "framework/key_file_cipher.h"
 #include "support/message.h"
 
 namespace {

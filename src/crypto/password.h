@@ -1,6 +1,6 @@
 // Conversion of database login passwords between clear text, the legacy forms
 // of the common library (crypto/legacy_cipher.h) and the key-file form
-// (framework/key_file_cipher.h, recognised by "{AES256:keyfile:a}").
+// (crypto/key_file_cipher.h, recognised by "{AES256:keyfile:a}").
 //
 // Failures are reported as messages of this module and leave the caller's text
 // as it was. No message carries a password, in any form.

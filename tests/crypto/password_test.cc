@@ -5,10 +5,10 @@
 #include <iostream>
 #include <string>
 
+#include "crypto/key_file_cipher.h"
 #include "crypto/key_home.h"
 #include "crypto/legacy_cipher.h"
 #include "crypto/password.h"
-#include "framework/key_file_cipher.h"
 #include "platform/system.h"
 #include "support/capture.h"
 #include "support/message.h"

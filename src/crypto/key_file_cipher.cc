@@ -1,4 +1,4 @@
-#include "framework/key_file_cipher.h"
+#include "crypto/key_file_cipher.h"
 
 #include <array>
 #include <cerrno>
