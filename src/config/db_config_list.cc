@@ -3,7 +3,7 @@
 #include <cstdarg>
 
 #include "discovery/db_server.h"
-#include "framework/text_format.h"
+#include "platform/text_format.h"
 #include "support/strings.h"
 
 namespace config {
@@ -48,7 +48,7 @@ void DbConfigList::Output(Channel channel, const char* format, ...) {
 }
 
 void DbConfigList::OutputV(Channel channel, const char* format, std::va_list args) {
-  log_.Output(channel, "%s", VFW::vformat(format, args).c_str());
+  log_.Output(channel, "%s", platform::vformat(format, args).c_str());
 }
 
 std::vector<std::unique_ptr<DbConfig>>* DbConfigList::Records(ServerKind kind) {

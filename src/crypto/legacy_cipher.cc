@@ -42,6 +42,8 @@
 #include <optional>
 #include <vector>
 
+#include "crypto/secure_wipe.h"
+
 namespace legacy {
 namespace {
 
@@ -170,7 +172,8 @@ bool MarkedClear(std::string_view clear) {
 }
 
 // Opens the sealed part (length byte, body, check) of a block in place and
-// answers its clear text, or nothing when the block does not hold one.
+// answers its clear text, or nothing when the block does not hold one. The
+// block holds the clear text afterwards: callers wipe it.
 std::optional<std::string> Open(uint64_t key, uint64_t stream_seed, Bytes* block,
                                 std::size_t sealed_from, std::size_t body_size,
                                 std::size_t check_size) {
@@ -198,6 +201,15 @@ void Seal(uint64_t key, uint64_t stream_seed, std::string_view clear, Bytes* blo
   XorKeystream(stream_seed, sealed, 1 + body_size + check_size);
 }
 
+// Hands an opened clear text to the caller and wipes the copies left behind.
+Decoded Deliver(Bytes* block, std::optional<std::string>* opened, std::string* clear) {
+  crypto::Wipe(block->data(), block->size());
+  if (!*opened) return Decoded::kUnreadable;
+  *clear = **opened;
+  crypto::Wipe(&**opened);
+  return Decoded::kClearText;
+}
+
 uint64_t FirstKey() { return KeyOf("sq_xa legacy 1", kFirstKey1, kFirstKey2); }
 
 uint64_t SecondSeed(uint64_t key, const Bytes& block) {
@@ -211,10 +223,8 @@ Decoded DecodeFirstGeneration(std::string_view text, std::string* clear) {
   if (text.size() != kFirstGenerationDigits) return Decoded::kUnreadable;
   Bytes block = FromHex(text);
   const uint64_t key = FirstKey();
-  const auto opened = Open(key, Mix(key), &block, 0, kFirstBodySize, kFirstCheckSize);
-  if (!opened) return Decoded::kUnreadable;
-  *clear = *opened;
-  return Decoded::kClearText;
+  auto opened = Open(key, Mix(key), &block, 0, kFirstBodySize, kFirstCheckSize);
+  return Deliver(&block, &opened, clear);
 }
 
 Decoded DecodeSecondGeneration(std::string_view text, std::string_view key1, std::string_view key2,
@@ -223,11 +233,9 @@ Decoded DecodeSecondGeneration(std::string_view text, std::string_view key1, std
   if (text.size() != kSecondGenerationDigits) return Decoded::kUnreadable;
   Bytes block = FromHex(text);
   const uint64_t key = KeyOf("sq_xa legacy 2", key1, key2);
-  const auto opened =
+  auto opened =
       Open(key, SecondSeed(key, block), &block, kSaltSize, kSecondBodySize, kSecondCheckSize);
-  if (!opened) return Decoded::kUnreadable;
-  *clear = *opened;
-  return Decoded::kClearText;
+  return Deliver(&block, &opened, clear);
 }
 
 Encoded EncodeSecondGeneration(std::string_view clear, std::string_view key1, std::string_view key2,

@@ -4,8 +4,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "crypto/key_file_cipher.h"
 #include "crypto/legacy_cipher.h"
-#include "framework/key_file_cipher.h"
+#include "crypto/secure_wipe.h"
 #include "support/message.h"
 
 namespace {
@@ -19,9 +20,15 @@ constexpr char kKeyName[] = "default";
 constexpr char kDefaultKey1[] = "VDB";
 constexpr char kDefaultKey2[] = "DEFAULT";
 
-// The result of Decrypt0100.
+// The result of Decrypt0100: its callers are handed this buffer, so it has to
+// outlive the call. The clear text in it is wiped before the buffer is reused,
+// when a caller says it has copied the text out, and at exit.
 constexpr std::size_t kDecryptedSize = 150;
-char g_decrypted[kDecryptedSize];
+struct DecryptedBuffer {
+  char bytes[kDecryptedSize] = {};
+  ~DecryptedBuffer() { crypto::Wipe(bytes, sizeof bytes); }
+};
+DecryptedBuffer g_decrypted;
 
 // A clear text that is wiped when it goes out of scope.
 struct Secret {
@@ -29,10 +36,7 @@ struct Secret {
   Secret() = default;
   Secret(const Secret&) = delete;
   Secret& operator=(const Secret&) = delete;
-  ~Secret() {
-    volatile char* bytes = text.data();
-    for (std::size_t i = 0; i < text.size(); ++i) bytes[i] = 0;
-  }
+  ~Secret() { crypto::Wipe(&text); }
 };
 
 std::string_view KeyText(const char* key, const char* fallback) {
@@ -52,6 +56,9 @@ bool Encipher(const char* routine, const std::string& clear, std::string* passwo
               status);
     return false;
   }
+  // The password may be clear text: wiped first, so that no part of it stays
+  // behind in a buffer the assignment gives up.
+  crypto::Wipe(password);
   password->assign(result, static_cast<std::size_t>(length));
   CRY_Free(result);
   return true;
@@ -79,17 +86,16 @@ bool ClearTextOf(legacy::Decoded decoded, std::string_view text, std::string* cl
   return decoded != legacy::Decoded::kNoPassword;
 }
 
-// Copies a result into the buffer of Decrypt0100.
+// Copies a result into the buffer of Decrypt0100, which the call has wiped.
 const char* KeepDecrypted(const char* bytes, std::size_t size) {
-  std::memset(g_decrypted, 0, sizeof g_decrypted);
   if (size >= kDecryptedSize) {
     msg_write("Decrypt0100", kSource, kMessageLine, "e", nullptr,
               "Result of %d bytes does not fit the %d-byte buffer\n", static_cast<int>(size),
               static_cast<int>(kDecryptedSize));
     return nullptr;
   }
-  std::memcpy(g_decrypted, bytes, size);
-  return g_decrypted;
+  std::memcpy(g_decrypted.bytes, bytes, size);
+  return g_decrypted.bytes;
 }
 
 }  // namespace
@@ -109,6 +115,8 @@ char* Encrypt0100(const char* clear) {
 }
 
 const char* Decrypt0100(const char* text) {
+  // Whatever the call answers, the previous result ends here.
+  WipeDecrypt0100Result();
   if (text == nullptr || *text == '\0') return nullptr;
   const std::size_t length = std::strlen(text);
   if (length <= static_cast<std::size_t>(CRY_MARKER_LENGTH) ||
@@ -127,6 +135,8 @@ const char* Decrypt0100(const char* text) {
   CRY_Free(result);
   return kept;
 }
+
+void WipeDecrypt0100Result() { crypto::Wipe(g_decrypted.bytes, sizeof g_decrypted.bytes); }
 
 bool convertToVDBPassword(std::string* password, const char* key1, const char* key2) {
   static constexpr char kRoutine[] = "convertToVDBPassword";
@@ -170,6 +180,7 @@ bool convertFromVDBPassword(std::string* password, const char* key1, const char*
               static_cast<int>(legacy::kSecondGenerationCapacity));
     return false;
   }
+  crypto::Wipe(password);
   *password = encoded;
   return true;
 }

@@ -1,6 +1,6 @@
 // Conversion of database login passwords between clear text, the legacy forms
 // of the common library (crypto/legacy_cipher.h) and the key-file form
-// (framework/key_file_cipher.h, recognised by "{AES256:keyfile:a}").
+// (crypto/key_file_cipher.h, recognised by "{AES256:keyfile:a}").
 //
 // Failures are reported as messages of this module and leave the caller's text
 // as it was. No message carries a password, in any form.
@@ -14,10 +14,14 @@
 
 // The clear text of a key-file text, or `text` itself when it is no key-file
 // text (no marker, or the marker alone). The result lives in a buffer of this
-// module that the next call overwrites. Null for a null or empty text, when the
-// cipher fails, and for a result longer than 149 bytes, which the buffer does
-// not hold.
+// module, 150 bytes long, that the next call wipes and overwrites. Null for a
+// null or empty text, when the cipher fails, and for a result longer than 149
+// bytes, which the buffer does not hold.
 [[nodiscard]] const char* Decrypt0100(const char* text);
+
+// Wipes the buffer of Decrypt0100: for callers that have copied the clear text
+// out of it. The buffer is wiped at exit too.
+void WipeDecrypt0100Result();
 
 // Brings `*password` into the key-file form: a text of 64 characters is read as
 // a first-generation legacy text, any other as a second-generation one under

@@ -2,11 +2,11 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 
-#include "framework/text_format.h"
+#include "framework/product_dirs.h"
 #include "platform/files.h"
+#include "platform/text_format.h"
 
 namespace discovery {
 
@@ -28,8 +28,8 @@ void localConfigLog(const char* format, ...) {
   LogState& state = State();
   if (!state.started) {
     state.started = true;
-    if (const char* home = std::getenv("MARLOX_HOME"); home != nullptr) {
-      state.path = std::string(home) + "\\ORVAGT6_x64\\logs\\SQ_LocalConfig.log";
+    if (std::string directory; VFW::Util::getMarloxConfigDir("SQ", &directory)) {
+      state.path = directory + "logs" + platform::PathSeparator() + "SQ_LocalConfig.log";
       (void)platform::RemoveFile(state.path);
     }
   }
@@ -37,7 +37,7 @@ void localConfigLog(const char* format, ...) {
 
   std::va_list args;
   va_start(args, format);
-  const std::string message = VFW::vformat(format, args);
+  const std::string message = platform::vformat(format, args);
   va_end(args);
 
   const platform::File file = platform::OpenFile(state.path, "a");

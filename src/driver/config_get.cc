@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <string>
 
+#include "crypto/key_file_cipher.h"
 #include "crypto/password.h"
 #include "driver/instance_name.h"
 #include "driver/operations.h"
@@ -8,7 +9,6 @@
 #include "driver/server_lists.h"
 #include "framework/agent_config.h"
 #include "framework/config_writer.h"
-#include "framework/key_file_cipher.h"
 #include "framework/trace.h"
 #include "support/server_kind.h"
 

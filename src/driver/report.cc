@@ -4,15 +4,15 @@
 #include <cstdio>
 #include <string>
 
-#include "framework/text_format.h"
 #include "framework/trace.h"
+#include "platform/text_format.h"
 
 namespace driver {
 
 void reportError(int line, const char* function, const char* lead, const char* format, ...) {
   std::va_list args;
   va_start(args, format);
-  const std::string message = VFW::vformat(format, args);
+  const std::string message = platform::vformat(format, args);
   va_end(args);
 
   std::fprintf(stderr, "%sError line(%d): %s\n", lead, line, message.c_str());

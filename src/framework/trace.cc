@@ -10,9 +10,9 @@
 #include <string_view>
 
 #include "framework/product_dirs.h"
-#include "framework/text_format.h"
 #include "platform/files.h"
 #include "platform/private_file.h"
+#include "platform/text_format.h"
 
 namespace {
 
@@ -89,7 +89,7 @@ void RAS1_Printf(unsigned level, const char* function, const char* format, ...) 
   if ((State().levels & level) == 0 || State().file == nullptr) return;
   std::va_list args;
   va_start(args, format);
-  const std::string text = VFW::vformat(format, args);
+  const std::string text = platform::vformat(format, args);
   va_end(args);
   WriteRecord(function, text);
 }

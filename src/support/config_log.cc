@@ -3,8 +3,8 @@
 #include <cstdarg>
 #include <ctime>
 
-#include "framework/text_format.h"
 #include "platform/private_file.h"
+#include "platform/text_format.h"
 
 namespace support {
 
@@ -56,7 +56,7 @@ std::FILE* ConfigLog::GetStream(Channel channel) const {
 void ConfigLog::Output(Channel channel, const char* format, ...) {
   std::va_list args;
   va_start(args, format);
-  const std::string formatted = VFW::vformat(format, args);
+  const std::string formatted = platform::vformat(format, args);
   va_end(args);
 
   if (const int slot = FileSlot(channel); slot >= 0) {

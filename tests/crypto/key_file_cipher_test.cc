@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "crypto/key_file_cipher.h"
 #include "crypto/key_home.h"
-#include "framework/key_file_cipher.h"
 #include "platform/files.h"
 #include "platform/system.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "framework/key_file_cipher.h"
+#include "crypto/key_file_cipher.h"
 #include "platform/files.h"
 #include "platform/private_file.h"
 #include "platform/scratch_dir.h"

@@ -5,10 +5,10 @@
 #include <iostream>
 #include <string>
 
+#include "crypto/key_file_cipher.h"
 #include "crypto/key_home.h"
 #include "crypto/legacy_cipher.h"
 #include "crypto/password.h"
-#include "framework/key_file_cipher.h"
 #include "platform/system.h"
 #include "support/capture.h"
 #include "support/message.h"
@@ -40,7 +40,9 @@ class PasswordTest : public sqxa_test::KeyHomeTest {
   static std::string Clear(const std::string& text) {
     if (text.rfind(CRY_MARKER, 0) != 0) return "<failed>";
     const char* clear = Decrypt0100(text.c_str());
-    return clear != nullptr ? clear : "<failed>";
+    std::string copy = clear != nullptr ? clear : "<failed>";
+    WipeDecrypt0100Result();
+    return copy;
   }
 };
 
@@ -60,9 +62,15 @@ TEST_F(PasswordTest, Encrypt0100AndDecrypt0100) {
   EXPECT_STREQ(Decrypt0100(CRY_MARKER), CRY_MARKER);
 }
 
-TEST_F(PasswordTest, Decrypt0100ResultsEndAtItsBuffer) {
+TEST_F(PasswordTest, Decrypt0100ResultsEndAtItsBufferWhichIsWipedBeforeReuse) {
   const std::string longest(149, 'p');
   EXPECT_EQ(Decrypt0100(longest.c_str()), longest);
+  // No byte of an earlier clear text outlives the next call or the wipe.
+  const char* buffer = Decrypt0100("ab");
+  ASSERT_NE(buffer, nullptr);
+  EXPECT_EQ(std::string(buffer, 150), "ab" + std::string(148, '\0'));
+  WipeDecrypt0100Result();
+  EXPECT_EQ(std::string(buffer, 150), std::string(150, '\0'));
   char* text = Encrypt0100(longest.c_str());
   EXPECT_EQ(Clear(text), longest);
   CRY_Free(text);

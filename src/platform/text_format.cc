@@ -1,8 +1,8 @@
-#include "framework/text_format.h"
+#include "platform/text_format.h"
 
 #include <cstdio>
 
-namespace VFW {
+namespace platform {
 
 std::string vformat(const char* format, std::va_list args) {
   std::va_list again;
@@ -25,4 +25,4 @@ std::string format(const char* format, ...) {
   return text;
 }
 
-}  // namespace VFW
+}  // namespace platform

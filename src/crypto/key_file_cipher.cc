@@ -1,4 +1,4 @@
-#include "framework/key_file_cipher.h"
+#include "crypto/key_file_cipher.h"
 
 #include <array>
 #include <cerrno>
@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "crypto/secure_wipe.h"
 #include "framework/product_dirs.h"
 #include "platform/aes_gcm.h"
 #include "platform/files.h"
@@ -28,12 +29,7 @@ constexpr std::size_t kKeySize = platform::kAesGcmKeySize;
 constexpr int kMaxClearLength = 1 << 24;
 constexpr char kDefaultKeyName[] = "default";
 
-// Overwrites memory that held a key or a clear text. Stores through a volatile
-// pointer are not removed as dead by the optimiser.
-void Wipe(void* data, std::size_t size) {
-  volatile auto* bytes = static_cast<volatile unsigned char*>(data);
-  while (size-- > 0) *bytes++ = 0;
-}
+using crypto::Wipe;
 
 // A key that is wiped when it goes out of scope.
 struct Key {
@@ -189,25 +185,27 @@ int ReadKey(const std::string& path, Key* key) {
   if (error == ENOENT) return CRY_E_NO_KEY_FILE;
   if (error != 0) return CRY_E_KEY_FILE_READ;
   const bool parsed = ParseKey(contents, key);
-  Wipe(contents.data(), contents.size());
+  Wipe(&contents);
   return parsed ? CRY_OK : CRY_E_BAD_KEY_FILE;
 }
 
 int CreateKey(const KeyLocation& where, Key* key) {
   if (platform::SecureRandomBytes(key->bytes.data(), key->bytes.size()) != 0) return CRY_E_BACKEND;
+  if (!where.directory.empty()) {
+    const int made = platform::MakeDirectory(where.directory);
+    if (made != 0 && made != EEXIST) return CRY_E_KEY_FILE_WRITE;
+  }
+  // Sized up front, so that no reallocation leaves a copy of the digits behind.
   static constexpr char kDigits[] = "0123456789abcdef";
   std::string text;
+  text.reserve(2 * kKeySize + 1);
   for (const uint8_t byte : key->bytes) {
     text.push_back(kDigits[byte >> 4]);
     text.push_back(kDigits[byte & 15]);
   }
   text.push_back('\n');
-  if (!where.directory.empty()) {
-    const int made = platform::MakeDirectory(where.directory);
-    if (made != 0 && made != EEXIST) return CRY_E_KEY_FILE_WRITE;
-  }
   const int error = platform::CreatePrivateFile(where.path, text);
-  Wipe(text.data(), text.size());
+  Wipe(&text);
   // Another process created the file first: its key is the one to use.
   if (error == EEXIST) return ReadKey(where.path, key);
   return error == 0 ? CRY_OK : CRY_E_KEY_FILE_WRITE;

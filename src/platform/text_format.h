@@ -6,10 +6,10 @@
 
 #include "platform/printf_format.h"
 
-namespace VFW {
+namespace platform {
 
 // Formats `format` with `args` (which it consumes).
 [[nodiscard]] std::string vformat(const char* format, std::va_list args) SQXA_PRINTF(1, 0);
 [[nodiscard]] std::string format(const char* format, ...) SQXA_PRINTF(1, 2);
 
-}  // namespace VFW
+}  // namespace platform
