@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "common/host_registry.h"
 #include "generate/agent_files.h"
@@ -32,16 +33,47 @@ TEST_F(IncludeFile, RewrittenWholeFromTheList) {
   EXPECT_EQ(Read("vsqinc.ini"), "\n[Include]\nAdd={ETC}\\VSQMMA_A.ini\nAdd={ETC}\\VSQMMA_B.ini\n");
 }
 
-TEST_F(IncludeFile, NamesByKind) {
-  list_.Add(std::make_unique<config::DbConfig>(OracleRecord("O", "11.2", "")), ServerKind::kOracle);
-  list_.Add(std::make_unique<config::DbConfig>(SybaseRecord("S", "15.0")), ServerKind::kSybase);
-  list_.Add(std::make_unique<config::DbConfig>(InformixRecord("I", 0)), ServerKind::kInformix);
-  ASSERT_EQ(Generate_IniIncFile(list_, ServerKind::kOracle), 0);
-  ASSERT_EQ(Generate_IniIncFile(list_, ServerKind::kSybase), 0);
-  ASSERT_EQ(Generate_IniIncFile(list_, ServerKind::kInformix), 0);
-  EXPECT_EQ(Read("vorinc.ini"), "\n[Include]\nAdd={ETC}\\VORMMA_O.ini\n");
-  EXPECT_EQ(Read("vsyinc.ini"), "\n[Include]\nAdd={ETC}\\VSYMMA_S.ini\n");
-  EXPECT_EQ(Read("vixinc.ini"), "\n[Include]\nAdd={ETC}\\VIXMMA_I.ini\n");
+// Each kind's include file, as the writer makes it and the scan reads it back:
+// the two sides take the names from one table, and a kind the scan skips
+// (Informix) still has its file written.
+struct KindFiles {
+  ServerKind kind;
+  const char* include_file;
+  const char* ini_stem;
+  bool scanned;
+};
+
+class IncludeFileOfKind : public GenerateTest, public ::testing::WithParamInterface<KindFiles> {};
+
+TEST_P(IncludeFileOfKind, WrittenAndReadBack) {
+  const KindFiles& kind = GetParam();
+  const config::DbConfig records[] = {OracleRecord("I1", "11.2", ""), SybaseRecord("I1", "15.0"),
+                                      SqlServerRecord("I1", "D:\\I1"), InformixRecord("I1", 0)};
+  const size_t row = static_cast<size_t>(support::KindNumber(kind.kind)) - 1;
+  list_.Add(std::make_unique<config::DbConfig>(records[row]), kind.kind);
+  ASSERT_EQ(Generate_IniIncFile(list_, kind.kind), 0);
+  EXPECT_EQ(Read(kind.include_file),
+            std::string("\n[Include]\nAdd={ETC}\\") + kind.ini_stem + "I1.ini\n");
+
+  Write(std::string(kind.ini_stem) + "I1.ini", "");  // listed files must be there
+  config::DbConfigList scan;
+  scan.SetConsole(0);
+  scan.SetEtcDir("ORVAGT6_DIR");
+  std::vector<std::string> names;
+  EXPECT_EQ(scan.GetPreConfigList(kind.kind, &names), kind.scanned ? 1 : 0);
+  if (kind.scanned) {
+    EXPECT_EQ(names, std::vector<std::string>{"I1"});
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, IncludeFileOfKind,
+    ::testing::Values(KindFiles{ServerKind::kOracle, "vorinc.ini", "VORMMA_", true},
+                      KindFiles{ServerKind::kSybase, "vsyinc.ini", "VSYMMA_", true},
+                      KindFiles{ServerKind::kSqlServer, "vsqinc.ini", "VSQMMA_", true},
+                      KindFiles{ServerKind::kInformix, "vixinc.ini", "VIXMMA_", false}));
+
+TEST_F(IncludeFile, UnknownKindsHaveNone) {
   EXPECT_EQ(Generate_IniIncFile(list_, ServerKind{5}), 1);
   EXPECT_EQ(Generate_IniIncFile(list_, ServerKind::kNone), 1);
 }
