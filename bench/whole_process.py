@@ -1,0 +1,149 @@
+#!/usr/bin/env python3
+"""Times the utility as its callers see it: whole processes, with hyperfine.
+
+Builds a sandbox product home holding a sample host's registry and N configured
+instances (default 49), then times, each against a bare process start
+(/bin/true) in the same run: a get, a put of an existing instance, a put of a
+new instance, a remove, and -i; and, on a registry file of about 50 MB, a
+whole-process lookup of one key (regdump). Prints one table of medians and
+their ratio to the bare start.
+
+Usage: whole_process.py --bin build/native/bin [--instances 49] [--runs 20]
+                        [--smoke] [--keep]
+"""
+import argparse
+import json
+import os
+import shlex
+import shutil
+import subprocess
+import sys
+import tempfile
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, "..", "tests", "e2e"))
+import sandbox_home  # noqa: E402
+
+HIVE_BYTES = 50 << 20
+
+
+def sample_registry(path, sandbox):
+    """The sample host of the demonstration, its paths in the sandbox."""
+    with open(os.path.join(HERE, "..", "scripts", "sample-host.reg")) as f:
+        text = f.read()
+    with open(path, "w") as f:
+        f.write(text.replace("@SANDBOX@", sandbox.replace("/", "\\\\")))
+
+
+def large_hive(path):
+    """A registry file shaped like an export of HKLM\\SOFTWARE, about 50 MB;
+    answers a key near its end."""
+    deep = ""
+    written = 0
+    with open(path, "w", newline="\r\n") as f:
+        f.write("Windows Registry Editor Version 5.00\n\n")
+        vendor = 0
+        while written < HIVE_BYTES:
+            chunk = ["[HKEY_LOCAL_MACHINE\\SOFTWARE\\Vendor%04d]\n\"Name\"=\"Vendor %d\"\n\n"
+                     % (vendor, vendor)]
+            for product in range(12):
+                base = "SOFTWARE\\Vendor%04d\\Product%02d" % (vendor, product)
+                chunk.append("[HKEY_LOCAL_MACHINE\\%s]\n\"InstallDir\"=\"C:\\\\Program Files"
+                             "\\\\Vendor%d\\\\Product%d\"\n\"Installed\"=dword:00000001\n"
+                             "\"Signature\"=hex:%s\n\"Version\"=\"%d.0.%d\"\n\n"
+                             % (base, vendor, product,
+                                ",".join("%02x" % ((vendor + i * 7) & 0xFF) for i in range(24)),
+                                product, vendor))
+                for component in range(16):
+                    deep = "%s\\Components\\{%08X-0000-4000-8000-%012d}" % (
+                        base, vendor * 1000 + product * 16 + component, component)
+                    chunk.append("[HKEY_LOCAL_MACHINE\\%s]\n@=\"component %d\"\n"
+                                 "\"Size\"=hex(b):00,10,00,00,00,00,00,00\n"
+                                 "\"Shared\"=dword:%08x\n\n" % (deep, component, component))
+            text = "".join(chunk)
+            f.write(text)
+            written += len(text) + text.count("\n")
+            vendor += 1
+    return deep
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--bin", default="build/native/bin")
+    parser.add_argument("--instances", type=int, default=49)
+    parser.add_argument("--runs", type=int, default=20)
+    parser.add_argument("--smoke", action="store_true", help="3 runs, no large hive")
+    parser.add_argument("--keep", action="store_true", help="keep the sandbox and print its path")
+    options = parser.parse_args()
+    if shutil.which("hyperfine") is None:
+        sys.exit("whole_process.py: hyperfine is missing (scripts/install-deps --bench)")
+    bin_dir = os.path.abspath(options.bin)
+    runs = 3 if options.smoke else options.runs
+
+    root = tempfile.mkdtemp(prefix="sqxa_bench_")
+    try:
+        home = sandbox_home.Home(root, os.path.join(bin_dir, "sq_xa"),
+                                 os.path.join(bin_dir, "vinconfg"), wine=False)
+        sample_registry(home.env["MARLOX_REGISTRY"], root + "/")
+        for i in range(options.instances):
+            status, _, err = home.put("INST%02d" % i)
+            if status != 0:
+                sys.exit("put INST%02d failed (%d): %s" % (i, status, err))
+
+        program = shlex.quote(home.program)
+        stream_file = os.path.join(root, "stream.txt")
+        with open(stream_file, "w") as f:
+            f.write(home.stream("INST07"))
+        new_stream = os.path.join(root, "new.txt")
+        with open(new_stream, "w") as f:
+            f.write(home.stream("NEWONE"))
+        put_new = "%s -p NEWONE:h:X < %s" % (program, shlex.quote(new_stream))
+        remove_new = "%s -r NEWONE:h:X" % program
+        cases = [
+            ("bare process start", "/bin/true", None),
+            ("get", "%s -g INST07:h:X" % program, None),
+            ("put, existing instance", "%s -p INST07:h:X < %s"
+             % (program, shlex.quote(stream_file)), None),
+            ("put, new instance", put_new, remove_new),
+            ("remove", remove_new, put_new),
+            ("instance name (-i)", "%s -i INST07:h:X" % program, None),
+        ]
+        if not options.smoke:
+            hive = os.path.join(root, "large.reg")
+            deep = large_hive(hive)
+            cases.append(("50 MB registry: one key (regdump)", "env MARLOX_REGISTRY=%s %s %s"
+                          % (shlex.quote(hive), shlex.quote(os.path.join(bin_dir, "regdump")),
+                             shlex.quote(deep)), None))
+
+        results = []
+        for label, command, prepare in cases:
+            export = os.path.join(root, "result.json")
+            args = ["hyperfine", "--style", "none", "--runs", str(runs), "--warmup", "2",
+                    "--export-json", export, "--command-name=" + label]
+            if prepare:
+                # Each run of a put of a new instance is preceded by its removal
+                # and each remove by its put, outside the timed part.
+                args += ["--prepare", prepare + " >/dev/null 2>&1 || true"]
+            args.append(command + " >/dev/null")
+            done = subprocess.run(args, cwd=home.home, env=home.env,
+                                  stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+            if done.returncode != 0:
+                sys.exit("%s: %s" % (label, done.stderr.decode(errors="replace")))
+            with open(export) as f:
+                results.append((label, json.load(f)["results"][0]["median"] * 1000))
+
+        bare = results[0][1]
+        print("%d configured instances, %d runs each; median wall time" % (options.instances, runs))
+        print("| operation | median | ratio to a bare process start |")
+        print("|---|---|---|")
+        for label, median in results:
+            print("| %s | %.1f ms | %.1f |" % (label, median, median / bare))
+    finally:
+        if options.keep:
+            print("sandbox kept:", root)
+        else:
+            shutil.rmtree(root, ignore_errors=True)
+
+
+if __name__ == "__main__":
+    main()
