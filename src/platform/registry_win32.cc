@@ -167,6 +167,8 @@ class Win32Registry final : public Registry {
 
 }  // namespace
 
+void UseRegistryFile(std::string /*path: the machine's registry is used*/) {}
+
 long Registry::Connect(const std::string& machine, std::unique_ptr<Registry>* hive) {
   if (machine.empty()) {
     *hive = std::make_unique<Win32Registry>(HKEY_LOCAL_MACHINE, false);
