@@ -17,9 +17,8 @@ bool LoadRegistryFixture(const std::string& name) {
   const std::string copy = dir.File(std::to_string(++loads) + "-" + name);
   std::error_code error;
   std::filesystem::copy_file(std::string(SQXA_FIXTURE_DIR) + "/registry/" + name, copy, error);
-  if (error) return false;
-  platform::UseRegistryFile(copy);
-  return true;
+  if (!error) platform::UseRegistryFile(copy);
+  return !error;
 }
 
 }  // namespace sqxa_test
