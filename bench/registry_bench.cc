@@ -102,7 +102,7 @@ struct Hive {
             ("sqxa-registry-bench-" + std::to_string(getpid()) + ".reg"))
                .string();
     std::ofstream(file, std::ios::binary) << bytes;
-    setenv("MARLOX_REGISTRY", file.c_str(), 1);
+    platform::UseRegistryFile(file);
     stamp.tv_sec = 1000000000;
   }
   ~Hive() { std::remove(file.c_str()); }

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/files.h"
+#include "platform/registry.h"
 
 namespace VFW::Util {
 
@@ -20,6 +21,23 @@ bool getMarloxConfigDir(const std::string& /*product*/, std::string* directory) 
   if (!getMarloxHomeDir(&home)) return false;
   *directory = home + "ORVAGT6_x64" + platform::PathSeparator();
   return true;
+}
+
+bool getMarloxRegistryFile(std::string* path) {
+  const char* file = std::getenv("MARLOX_REGISTRY");
+  if (file != nullptr && *file != '\0') {
+    *path = file;
+    return true;
+  }
+  std::string home;
+  if (!getMarloxHomeDir(&home)) return false;
+  *path = home + "registry.reg";
+  return true;
+}
+
+void useMarloxRegistryFile() {
+  std::string path;
+  platform::UseRegistryFile(getMarloxRegistryFile(&path) ? path : std::string());
 }
 
 }  // namespace VFW::Util

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "framework/product_dirs.h"
 #include "framework/trace.h"
 #include "platform/system.h"
 
@@ -16,6 +17,7 @@ std::string& Component() {
 int BSS1_Main(int* /*argc*/, char*** /*argv*/, const char* component) {
   Component() = component != nullptr ? component : "";
   RAS1_Initialize();
+  VFW::Util::useMarloxRegistryFile();
   return 0;
 }
 

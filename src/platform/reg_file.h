@@ -2,24 +2,23 @@
 // export (.reg), read and written without any service of the operating system.
 //
 // Accepted input: the header "Windows Registry Editor Version 5.00" (UTF-8, or
-// UTF-16LE with a byte order mark) or "REGEDIT4"; sections "[key]" and "[-key]"
-// (the latter deletes the key and its subtree as of that point of the file);
-// value lines "name"=... or @=... with the data "text" (escapes \\ and \"),
-// dword:, hex:, hex(N): (N in hex; hex(1), hex(2) and hex(7) hold UTF-16LE text
-// in version 5 files and ANSI text in REGEDIT4 files), or - (deletes the value);
-// ";" comments; hex lists continued by a final backslash onto lines that start
-// with blanks; LF or CRLF line ends. Sections under roots other than
-// HKEY_LOCAL_MACHINE (or HKLM) are checked and ignored.
+// UTF-16LE with a byte order mark) or "REGEDIT4" (reg_file_encoding.h); sections
+// "[key]" and "[-key]" (the latter deletes the key and its subtree as of that
+// point of the file); value lines (reg_value_line.h); ";" comments; LF or CRLF
+// line ends. Sections under roots other than HKEY_LOCAL_MACHINE (or HKLM) are
+// checked and ignored.
 //
 // Two ways in:
 // - RegFile indexes a file in one pass (key headers, byte ranges, a syntax check
 //   of every line) and parses the value lines of a key only when asked for that
-//   key, so that opening one key of a very large file stays cheap.
+//   key, so that opening one key of a very large file stays cheap
+//   (reg_file_reader.cc; its key lookup in reg_file_index.cc).
 // - RegTree holds the whole hive in order, takes changes and writes it back as
-//   a version 5 UTF-8 file that RegFile reads back to the same keys and values.
+//   a version 5 UTF-8 file that RegFile reads back to the same keys and values
+//   (reg_file_writer.cc).
 //
-// Values are in the text form of registry.h. Key and value names compare
-// without regard to the case of ASCII letters.
+// Values are in the text form of registry.h (reg_value_text.h). Key and value
+// names compare without regard to the case of ASCII letters (reg_key_path.h).
 #pragma once
 
 #include <cstddef>
@@ -29,6 +28,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/reg_key_path.h"
+#include "platform/reg_value_text.h"
 #include "platform/registry.h"
 
 namespace platform {
@@ -37,16 +38,6 @@ struct RegFileError {
   uint64_t line = 0;  // 1 is the header line
   std::string message;
 };
-
-// True when the names are equal without regard to the case of ASCII letters.
-[[nodiscard]] bool RegNamesEqual(std::string_view a, std::string_view b);
-
-// The text form of a value stored as `bytes` (strings as the ANSI or UTF-8 bytes
-// with their final zero, as the registry hands them out).
-[[nodiscard]] std::string RegTextFromStored(uint32_t type, std::string_view bytes);
-// The stored bytes of a value given in text form. False when the text does not
-// fit the type: a DWORD or QWORD that is not a decimal number in range.
-[[nodiscard]] bool RegStoredFromText(uint32_t type, std::string_view text, std::string* bytes);
 
 // Bytes a RegFile indexes and keeps while it lives, such as a mapped file.
 class RegFileBytes {
@@ -102,10 +93,16 @@ class RegFile {
   };
 
   [[nodiscard]] bool Index(size_t start, RegFileError* error);
+  // Indexes the key header `line`, whose section's lines start at `begin` with
+  // the number `first_line`. Null or what is wrong.
+  [[nodiscard]] const char* IndexKeyHeader(std::string_view line, size_t begin,
+                                           uint64_t first_line);
+  void AddSection(KeyId key, size_t begin, uint64_t first_line);
   [[nodiscard]] std::string_view NameOf(KeyId key) const;
   [[nodiscard]] uint32_t HashOf(KeyId key) const;
   [[nodiscard]] KeyId FindChild(KeyId parent, std::string_view name) const;
   KeyId AddChild(KeyId parent, std::string_view name, bool in_order);
+  KeyId FindOrAddChild(KeyId parent, std::string_view name);
   [[nodiscard]] const char* CreatePath(std::string_view path, KeyId* key);
   void DeletePath(std::string_view path);
   void StartTable();

@@ -1,9 +1,8 @@
 // The registry seam: the HKEY_LOCAL_MACHINE hive of a machine.
 //
 // On Windows the backend calls the registry API. Elsewhere the hive is a text
-// file in the Registry Editor export format (see reg_file.h), named by the
-// environment variable MARLOX_REGISTRY or, when that is unset, "registry.reg" in
-// the product home (MARLOX_HOME). A missing file is an empty registry.
+// file in the Registry Editor export format (see reg_file.h), which the program
+// names with UseRegistryFile. A missing file is an empty registry.
 //
 // Every call answers a Win32 status number, so that traces show the numbers a
 // Windows run would show. Values are handed over as text: REG_SZ and
@@ -55,6 +54,11 @@ struct RegValue {
   uint32_t type = kRegNone;
   std::string data;  // as described at the top of this file
 };
+
+// Where the hive is a file: the file for the Connects that follow. Until one is
+// given, or after "", the hive is empty and nothing can be written to it. The
+// Windows backend ignores it: it uses the machine's registry.
+void UseRegistryFile(std::string path);
 
 // An open key. Destroying it closes it.
 class RegistryKey {

@@ -15,7 +15,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -33,15 +32,21 @@ namespace {
 
 constexpr unsigned kLockTimeoutMs = 60 * 1000;
 
-// MARLOX_REGISTRY, else registry.reg in the product home; "" when neither is set.
+// The file given to UseRegistryFile; "" when none is.
+struct RegistryFileSetting {
+  std::mutex mutex;
+  std::string path;
+};
+
+RegistryFileSetting& Setting() {
+  static auto* setting = new RegistryFileSetting;  // used until the process ends
+  return *setting;
+}
+
 std::string RegistryFilePath() {
-  const char* file = std::getenv("MARLOX_REGISTRY");
-  if (file != nullptr && *file != '\0') return file;
-  const char* home = std::getenv("MARLOX_HOME");
-  if (home == nullptr || *home == '\0') return {};
-  std::string path(home);
-  if (path.back() != PathSeparator()) path.push_back(PathSeparator());
-  return path + "registry.reg";
+  RegistryFileSetting& setting = Setting();
+  std::lock_guard<std::mutex> guard(setting.mutex);
+  return setting.path;
 }
 
 // What tells one version of the file from another.
@@ -366,6 +371,12 @@ class FileRegistry final : public Registry {
 };
 
 }  // namespace
+
+void UseRegistryFile(std::string path) {
+  RegistryFileSetting& setting = Setting();
+  std::lock_guard<std::mutex> guard(setting.mutex);
+  setting.path = std::move(path);
+}
 
 long Registry::Connect(const std::string& machine, std::unique_ptr<Registry>* hive) {
   if (!machine.empty()) return kRegBadNetPath;  // no remote registry here

@@ -1,6 +1,6 @@
 // The registry on Windows: the registry API under HKEY_LOCAL_MACHINE. Values
-// are converted to and from the text form of registry.h (reg_file.h holds the
-// conversion, shared with the file-backed registry).
+// are converted to and from the text form of registry.h (reg_value_text.h holds
+// the conversion, shared with the file-backed registry).
 #include <windows.h>
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/reg_file.h"
+#include "platform/reg_value_text.h"
 #include "platform/registry.h"
 
 namespace platform {
@@ -166,6 +166,8 @@ class Win32Registry final : public Registry {
 };
 
 }  // namespace
+
+void UseRegistryFile(std::string /*path: the machine's registry is used*/) {}
 
 long Registry::Connect(const std::string& machine, std::unique_ptr<Registry>* hive) {
   if (machine.empty()) {

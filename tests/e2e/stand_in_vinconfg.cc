@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/product_dirs.h"
 #include "platform/profile.h"
 #include "platform/registry.h"
 
@@ -82,6 +83,7 @@ __attribute__((no_sanitize("undefined"))) void Crash() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  VFW::Util::useMarloxRegistryFile();
   std::string log = argv[0];
   const size_t separator = log.find_last_of("\\/");
   log = (separator == std::string::npos ? std::string() : log.substr(0, separator + 1)) +

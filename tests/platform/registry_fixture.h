@@ -10,7 +10,7 @@ namespace sqxa_test {
 inline constexpr char kRegistryTestRoot[] = "Software\\SqXaTest";
 
 // Makes this machine's registry hold the fixture `name` under kRegistryTestRoot,
-// and nothing else there. With the file-backed registry: points MARLOX_REGISTRY
+// and nothing else there. With the file-backed registry: points the registry
 // at a fresh copy of the fixture (tests may write to it). With the Win32
 // registry: deletes kRegistryTestRoot and imports the fixture. Connect after it.
 [[nodiscard]] bool LoadRegistryFixture(const std::string& name);

@@ -1,13 +1,13 @@
-// The file-backed registry: each load points MARLOX_REGISTRY at a new copy of
+// The file-backed registry: each load points the registry at a new copy of
 // the fixture, so writes never reach the source tree and no cached copy of an
 // earlier test can answer.
 #include <filesystem>
 #include <string>
 #include <system_error>
 
+#include "platform/registry.h"
 #include "platform/registry_fixture.h"
 #include "platform/scratch_dir.h"
-#include "platform/system.h"
 
 namespace sqxa_test {
 
@@ -17,7 +17,8 @@ bool LoadRegistryFixture(const std::string& name) {
   const std::string copy = dir.File(std::to_string(++loads) + "-" + name);
   std::error_code error;
   std::filesystem::copy_file(std::string(SQXA_FIXTURE_DIR) + "/registry/" + name, copy, error);
-  return !error && platform::SetEnvironment("MARLOX_REGISTRY", copy);
+  if (!error) platform::UseRegistryFile(copy);
+  return !error;
 }
 
 }  // namespace sqxa_test

@@ -36,8 +36,8 @@ class RegistrationTest : public ::testing::Test {
  protected:
   void SetUp() override {
     // The file-backed registry lives in the scratch directory; the Windows
-    // registry does not look at the variable.
-    ASSERT_TRUE(SetEnvironment("MARLOX_REGISTRY", dir_.File("registry.reg")));
+    // registry does not look at the path.
+    UseRegistryFile(dir_.File("registry.reg"));
     ASSERT_TRUE(SetEnvironment("MARLOX_HOME", dir_.File("home") + PathSeparator()));
     ASSERT_TRUE(SetEnvironment("PORTNUMBER", "1920"));
     ASSERT_TRUE(SetEnvironment("COMPUTERNAME", "HOST1"));

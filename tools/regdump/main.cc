@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "framework/product_dirs.h"
 #include "platform/registry.h"
 
 namespace {
@@ -59,6 +60,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: regdump KEY   (a key under HKEY_LOCAL_MACHINE)\n");
     return 2;
   }
+  VFW::Util::useMarloxRegistryFile();
   std::unique_ptr<platform::Registry> hive;
   if (platform::Registry::Connect("", &hive) != platform::kRegSuccess) {
     std::fprintf(stderr, "regdump: the registry cannot be opened\n");

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <string>
 
+#include "framework/product_dirs.h"
 #include "registration.h"
 
 namespace {
@@ -26,6 +27,7 @@ int Usage() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  VFW::Util::useMarloxRegistryFile();
   if (argc != 2) return Usage();
   const std::string option = argv[1];
   const std::string command = option.substr(0, 3);
