@@ -48,7 +48,7 @@ void DbConfigList::Output(Channel channel, const char* format, ...) {
 }
 
 void DbConfigList::OutputV(Channel channel, const char* format, std::va_list args) {
-  log_.Output(channel, "%s", platform::vformat(format, args).c_str());
+  if (log_.Receives(channel)) log_.Write(channel, platform::vformat(format, args));
 }
 
 std::vector<std::unique_ptr<DbConfig>>* DbConfigList::Records(ServerKind kind) {

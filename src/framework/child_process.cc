@@ -1,5 +1,6 @@
 #include "framework/child_process.h"
 
+#include <cstdio>
 #include <utility>
 
 namespace VFW {
@@ -23,6 +24,10 @@ Process::Process(std::string program, std::vector<std::string> arguments)
 }
 
 bool Process::start() {
+  // Whatever this process has buffered reaches its files first: the log of a
+  // run then shows everything up to the tool's start, however long the tool
+  // takes or however the run ends while it waits.
+  std::fflush(nullptr);
   if (child_ == nullptr || !child_->Start()) return false;
   stdin_.child_ = stdout_.child_ = stderr_.child_ = child_.get();
   return true;

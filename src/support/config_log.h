@@ -15,8 +15,10 @@
 // formatted bytes unchanged.
 #pragma once
 
+#include <chrono>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "platform/files.h"
 #include "platform/printf_format.h"
@@ -50,6 +52,15 @@ class ConfigLog {
   void LogTimestamped(const char* text);
 
   void Output(Channel channel, const char* format, ...) SQXA_PRINTF(3, 4);
+  // Sends text already formatted to the channel, as Output does.
+  void Write(Channel channel, std::string_view text);
+  // Whether text on the channel reaches any stream: callers skip formatting
+  // what nobody would read.
+  [[nodiscard]] bool Receives(Channel channel) const;
+  // Writes out what the log holds. The log is written in blocks, and flushed
+  // at least every kFlushIntervalMs, before a child process starts and when
+  // it is closed.
+  void Flush();
 
   // The stream of a file channel (2, 3 or 22); not owned: whoever opens the
   // generated file closes it and clears the channel.
@@ -64,7 +75,10 @@ class ConfigLog {
   std::string log_name_;
   platform::File log_;
   std::FILE* files_[3] = {};  // ini, include, bat
+  std::chrono::steady_clock::time_point flushed_;
 };
+
+inline constexpr int kFlushIntervalMs = 100;
 
 // What a log or a trace shows in place of a password: kMask, or the empty text
 // for none.
@@ -72,6 +86,6 @@ inline constexpr char kMask[] = "********";
 [[nodiscard]] const char* MaskedSecret(const std::string& secret);
 
 // The text with "%%" turned into "%" and every other "%" left as it stands.
-[[nodiscard]] std::string ExpandPercentPairs(const std::string& text);
+[[nodiscard]] std::string ExpandPercentPairs(std::string_view text);
 
 }  // namespace support
