@@ -1,6 +1,8 @@
 #include "support/message.h"
 
 #include <cctype>
+#include <cerrno>
+#include <charconv>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -65,12 +67,25 @@ bool CreateLock(MessageState& state) {
   return state.lock != nullptr;
 }
 
-// The decimal value of an environment variable, or `fallback` when it is unset,
-// empty or cannot be copied.
+// The decimal value of an environment variable (the nearer bound when it does
+// not fit), or `fallback` when it is unset, empty, no number or cannot be
+// copied.
 int EnvironmentNumber(const char* name, int fallback, bool* set) {
   UniqueText value(env_get(name, -2, nullptr));
-  *set = value != nullptr;
-  return value != nullptr ? std::atoi(value.get()) : fallback;
+  int number = fallback;
+  *set = value != nullptr && support::ParseDecimal(value.get(), &number) != EINVAL;
+  return *set ? number : fallback;
+}
+
+// The trace switch of a conditional trace type: the number its letter is
+// followed by ("H3" is 3, "H3p" too); none is switch 0, one that does not fit
+// an int is -1, which names no switch.
+int TraceSwitchOf(const char* type) {
+  const char* digits = type + 1;
+  int number = 0;
+  const std::errc error = std::from_chars(digits, digits + std::strlen(digits), number).ec;
+  if (error == std::errc::invalid_argument) return 0;
+  return error == std::errc{} ? number : -1;
 }
 
 struct Switches {
@@ -90,7 +105,7 @@ Outcome ApplyLetter(const char* type, char* letter, Switches* s, const char* id)
   MessageState& state = State();
   switch (*letter) {
     case 'H': {
-      const int number = std::atoi(type + 1);
+      const int number = TraceSwitchOf(type);
       if (number < 0 || number > 7 || !state.trace_switches[number]) return Outcome::kDrop;
       *letter = 'T';
       s->timestamp = s->flush = true;

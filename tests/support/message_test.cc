@@ -40,6 +40,9 @@ TEST_F(MessageTest, HeadersByTypeLetter) {
       {"iu", "utm5400I vdbutil(2094) " + t + "text\n", ""},
       {"i-", "", ""},
       {"il", "", "UTM5400I VDBUTIL(2094) " + t + "text\n"},
+      // Later modifiers win.
+      {"iPp", "UTM5400I VDBUTIL(2094) " + t + "text\n", ""},
+      {"eLl", "", "UTM5400E VDBUTIL(2094) " + t + "text\n"},
   };
   for (const auto& c : cases) {
     const Captured got = Capture([&] {
