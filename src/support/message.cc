@@ -223,6 +223,9 @@ void WriteMessage(const char* routine, const char* source_file, int line, const 
   MessageState& state = State();
   if (!CreateLock(state)) return;
   state.last_wait = state.lock->Wait(250);
+  // A lock whose last holder ended holding it is held now all the same: it is
+  // given back, and the message is dropped like one that found the lock busy.
+  if (state.last_wait == platform::NamedMutex::kAbandoned) state.lock->Release();
   if (state.last_wait != platform::NamedMutex::kAcquired) return;
   LockHold hold(state.lock.get());
 
