@@ -217,6 +217,22 @@ std::string BuildHeader(const Switches& s, const char* id, char letter, const ch
   return header;
 }
 
+// The text of a message, ending in one newline: a pre-built one from its
+// tenth character on, a formatted one as formatted.
+SQXA_PRINTF(2, 0)
+std::string MessageText(bool prebuilt, const char* format, std::va_list args) {
+  std::string text;
+  if (prebuilt) {
+    text = std::strlen(format) > 9 ? format + 9 : "";
+  } else {
+    char buffer[kTextSize];
+    const int length = std::vsnprintf(buffer, sizeof buffer, format, args);
+    text = length > 0 ? buffer : " *** vsprintf error ****";
+  }
+  if (text.empty() || text.back() != '\n') text += '\n';
+  return text;
+}
+
 SQXA_PRINTF(6, 0)
 void WriteMessage(const char* routine, const char* source_file, int line, const char* type,
                   const char* message_id, const char* format, std::va_list args) {
@@ -251,15 +267,7 @@ void WriteMessage(const char* routine, const char* source_file, int line, const 
   const bool to_stream = state.output != nullptr || !s.echo;
 
   const std::string header = BuildHeader(s, id, letter, format, source_file, line, routine);
-  std::string text;
-  if (s.prebuilt) {
-    text = std::strlen(format) > 9 ? format + 9 : "";
-  } else {
-    char buffer[kTextSize];
-    const int length = std::vsnprintf(buffer, sizeof buffer, format, args);
-    text = length > 0 ? buffer : " *** vsprintf error ****";
-  }
-  if (text.empty() || text.back() != '\n') text += '\n';
+  const std::string text = MessageText(s.prebuilt, format, args);
   const unsigned long thread = platform::CurrentThreadId();
 
   if (to_stream) {
