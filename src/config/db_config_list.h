@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "config/db_config.h"
@@ -110,6 +111,10 @@ class DbConfigList {
   };
   // The instances the include file lists: 0, or why it could not be read.
   [[nodiscard]] int ReadIncludeFile(ServerKind kind, std::vector<ListedInstance>* listed);
+  // Adds the instance one line of the include file names: 0, or why its
+  // instance file could not be read.
+  [[nodiscard]] int ReadIncludeLine(std::string_view line, const std::string& prefix,
+                                    std::string_view stem, std::vector<ListedInstance>* listed);
   void OutputV(Channel channel, const char* format, std::va_list args) SQXA_PRINTF(3, 0);
   void DumpConfig(const DbConfig& record, ServerKind kind);
   [[nodiscard]] std::vector<std::unique_ptr<DbConfig>>* Records(ServerKind kind);

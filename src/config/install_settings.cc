@@ -52,6 +52,80 @@ std::string ByForm(const std::string& stored, PathForm form, const std::string& 
   }
 }
 
+// Connects to the registry of this machine ("local", empty or null) or of
+// another one (its name gets the two leading backslashes it lacks); says so
+// when it cannot.
+long ConnectToMachine(const char* machine, std::unique_ptr<platform::Registry>* hive) {
+  std::string name = machine != nullptr ? machine : "";
+  if (str_icmp(name.c_str(), "local") == 0) {
+    name.clear();
+  } else if (!name.empty() && name.rfind("\\\\", 0) != 0) {
+    name = "\\\\" + name;
+  }
+  const long status = platform::Registry::Connect(name, hive);
+  if (status != platform::kRegSuccess)
+    std::printf("Could not open remote registry %s\n", name.c_str());
+  return status;
+}
+
+void PrintWindowsVersion(platform::Registry& hive) {
+  const char* nt = "Software\\Microsoft\\Windows NT\\CurrentVersion";
+  std::unique_ptr<platform::RegistryKey> key;
+  if (const long status = hive.OpenKey(nt, platform::kKeyRead, &key);
+      status != platform::kRegSuccess) {
+    std::printf("Could not open registry key %s\n", nt);
+    std::printf("MS err(%ld):%s", status, platform::SystemErrorText(status).c_str());
+    return;
+  }
+  platform::RegValue value;
+  for (uint32_t i = 0; key->EnumValue(i, &value) == platform::kRegSuccess; ++i) {
+    std::printf(" NT: key= %s, value=%s.\n", value.name.c_str(), value.data.c_str());
+  }
+}
+
+// The product directory holds the programs, libraries and files alike.
+void ReadProductDirectory(platform::Registry& hive) {
+  std::unique_ptr<platform::RegistryKey> key;
+  if (hive.OpenKey("Software\\Marlox\\Common\\CurrentVersion\\Primary\\Configuration",
+                   platform::kKeyRead, &key) != platform::kRegSuccess) {
+    return;
+  }
+  InstallOverrides& overrides = Overrides();
+  platform::RegValue value;
+  for (uint32_t i = 0; key->EnumValue(i, &value) == platform::kRegSuccess; ++i) {
+    std::printf(" Marlox: key= %s, value=%s.\n", value.name.c_str(), value.data.c_str());
+    if (str_icmp(value.name.c_str(), "Directory") == 0) {
+      overrides.bin = overrides.dll = overrides.etc = value.data;
+      overrides.log = value.data + "\\logs";
+    }
+  }
+}
+
+// The management agent's own directories, each where it is set.
+void ReadAgentPaths(platform::Registry& hive) {
+  std::unique_ptr<platform::RegistryKey> key;
+  if (hive.OpenKey("Software\\Marlox\\Helmcrest\\MMA", platform::kKeyRead, &key) !=
+      platform::kRegSuccess) {
+    return;
+  }
+  InstallOverrides& overrides = Overrides();
+  const struct {
+    const char* name;
+    std::string* target;
+  } paths[] = {{"BinPath", &overrides.bin},
+               {"DllPath", &overrides.dll},
+               {"EtcPath", &overrides.etc},
+               {"LogPath", &overrides.log}};
+  platform::RegValue value;
+  for (uint32_t i = 0; key->EnumValue(i, &value) == platform::kRegSuccess; ++i) {
+    for (const auto& path : paths) {
+      if (str_icmp(value.name.c_str(), path.name) != 0) continue;
+      *path.target = value.data;
+      std::printf(" Marlox: key= %s, value=%s.\n", value.name.c_str(), value.data.c_str());
+    }
+  }
+}
+
 }  // namespace
 
 // With a registry override, each directory setter stores it in the log
@@ -139,60 +213,12 @@ int DbConfigList::IsNamedInstance(const std::string& homeDir) {
 }
 
 void DbConfigList::ReadInstallDirs(const char* machine) {
-  std::string name = machine != nullptr ? machine : "";
-  if (!name.empty() && str_icmp(name.c_str(), "local") != 0 && name.rfind("\\\\", 0) != 0) {
-    name = "\\\\" + name;
-  }
-  if (str_icmp(name.c_str(), "local") == 0) name.clear();
   std::unique_ptr<platform::Registry> hive;
-  if (platform::Registry::Connect(name, &hive) != platform::kRegSuccess) {
-    std::printf("Could not open remote registry %s\n", name.c_str());
-    return;
-  }
-
-  const char* nt = "Software\\Microsoft\\Windows NT\\CurrentVersion";
-  std::unique_ptr<platform::RegistryKey> key;
-  if (const long status = hive->OpenKey(nt, platform::kKeyRead, &key);
-      status != platform::kRegSuccess) {
-    std::printf("Could not open registry key %s\n", nt);
-    std::printf("MS err(%ld):%s", status, platform::SystemErrorText(status).c_str());
-  } else {
-    platform::RegValue value;
-    for (uint32_t i = 0; key->EnumValue(i, &value) == platform::kRegSuccess; ++i) {
-      std::printf(" NT: key= %s, value=%s.\n", value.name.c_str(), value.data.c_str());
-    }
-  }
-
-  InstallOverrides& overrides = Overrides();
-  platform::RegValue value;
-  if (hive->OpenKey("Software\\Marlox\\Common\\CurrentVersion\\Primary\\Configuration",
-                    platform::kKeyRead, &key) == platform::kRegSuccess) {
-    for (uint32_t i = 0; key->EnumValue(i, &value) == platform::kRegSuccess; ++i) {
-      std::printf(" Marlox: key= %s, value=%s.\n", value.name.c_str(), value.data.c_str());
-      if (str_icmp(value.name.c_str(), "Directory") == 0) {
-        // The product directory holds the programs, libraries and files alike.
-        overrides.bin = overrides.dll = overrides.etc = value.data;
-        overrides.log = value.data + "\\logs";
-      }
-    }
-  }
-  if (hive->OpenKey("Software\\Marlox\\Helmcrest\\MMA", platform::kKeyRead, &key) ==
-      platform::kRegSuccess) {
-    const struct {
-      const char* name;
-      std::string* target;
-    } paths[] = {{"BinPath", &overrides.bin},
-                 {"DllPath", &overrides.dll},
-                 {"EtcPath", &overrides.etc},
-                 {"LogPath", &overrides.log}};
-    for (uint32_t i = 0; key->EnumValue(i, &value) == platform::kRegSuccess; ++i) {
-      for (const auto& path : paths) {
-        if (str_icmp(value.name.c_str(), path.name) != 0) continue;
-        *path.target = value.data;
-        std::printf(" Marlox: key= %s, value=%s.\n", value.name.c_str(), value.data.c_str());
-      }
-    }
-  }
+  if (ConnectToMachine(machine, &hive) != platform::kRegSuccess) return;
+  // Each key is closed as its reader returns, the hive when this does.
+  PrintWindowsVersion(*hive);
+  ReadProductDirectory(*hive);
+  ReadAgentPaths(*hive);
 }
 
 }  // namespace config

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <memory>
 
+#include "config/db_config_list.h"
+#include "discovery/db_server.h"
 #include "discovery/db_server_list.h"
 #include "platform/files.h"
 #include "platform/service_control.h"
@@ -20,6 +22,24 @@ void RemoveIfPresent(const std::string& path) {
   discovery::discoveryTrace("Finished removing %s file\n", path.c_str());
 }
 
+// The names of a kind's keys and services. An Informix instance, or one of
+// an unknown kind, is looked for where a SQL Server instance would be.
+const support::KindNames* KeyNamesOf(ServerKind kind) {
+  return support::NamesOf(
+      kind == ServerKind::kOracle || kind == ServerKind::kSybase ? kind : ServerKind::kSqlServer);
+}
+
+void DeleteInstanceKey(const support::KindNames& names, const std::string& name) {
+  const std::string key = names.registry_stem + name;
+  std::unique_ptr<platform::Registry> hive;
+  (void)platform::Registry::Connect("", &hive);
+  if (DeleteRegistryTree(hive.get(), key) == 1) {
+    discovery::discoveryTrace("[DBG] Deleting instance [%s]\n", key.c_str());
+  } else {
+    discovery::discoveryTrace("[DBG] Fail to delete instance [%s]\n", key.c_str());
+  }
+}
+
 }  // namespace
 
 void RemoveInstanceFiles(ServerKind kind, const std::string& directory, const std::string& name) {
@@ -30,19 +50,27 @@ void RemoveInstanceFiles(ServerKind kind, const std::string& directory, const st
 }
 
 void RemoveInstanceKey(ServerKind kind, const std::string& name, int serviceNumber) {
-  // An Informix instance, or one of an unknown kind, is looked for where a SQL
-  // Server instance would be.
-  const support::KindNames* files = support::NamesOf(
-      kind == ServerKind::kOracle || kind == ServerKind::kSybase ? kind : ServerKind::kSqlServer);
-  const std::string key = files->registry_stem + name;
-  std::unique_ptr<platform::Registry> hive;
-  (void)platform::Registry::Connect("", &hive);
-  if (DeleteRegistryTree(hive.get(), key) == 1) {
-    discovery::discoveryTrace("[DBG] Deleting instance [%s]\n", key.c_str());
-  } else {
-    discovery::discoveryTrace("[DBG] Fail to delete instance [%s]\n", key.c_str());
+  const support::KindNames* names = KeyNamesOf(kind);
+  DeleteInstanceKey(*names, name);
+  RemoveServices(names->service_prefix, serviceNumber);
+}
+
+void RemoveDiscoveredInstanceFiles(const discovery::DbServerList& servers, ServerKind kind,
+                                   const std::string& directory) {
+  for (int i = 0; i < servers.count(kind); ++i) {
+    RemoveInstanceFiles(kind, directory, servers.at(i, kind)->getServerName());
   }
-  RemoveServices(files->service_prefix, serviceNumber);
+}
+
+void RemoveDiscoveredInstanceKeys(const discovery::DbServerList& servers, ServerKind kind) {
+  const support::KindNames* names = KeyNamesOf(kind);
+  for (int i = 0; i < servers.count(kind); ++i) {
+    DeleteInstanceKey(*names, servers.at(i, kind)->getServerName());
+  }
+  // Which number each server had is not known here: every one goes.
+  for (int number = 0; number < kMaxInstancesPerKind; ++number) {
+    RemoveServices(names->service_prefix, number);
+  }
 }
 
 int DeleteRegistryTree(platform::Registry* root, const std::string& path) {

@@ -8,6 +8,10 @@
 #include "platform/registry.h"
 #include "support/server_kind.h"
 
+namespace discovery {
+class DbServerList;
+}
+
 namespace config {
 
 using support::ServerKind;
@@ -18,6 +22,13 @@ void RemoveInstanceFiles(ServerKind kind, const std::string& directory, const st
 
 // Deletes the instance's registry key and its two services.
 void RemoveInstanceKey(ServerKind kind, const std::string& name, int serviceNumber);
+
+// The same for every server of the kind that `servers` holds, each under its
+// server name: the files in `directory`; the keys, then the services of every
+// service number a kind can have.
+void RemoveDiscoveredInstanceFiles(const discovery::DbServerList& servers, ServerKind kind,
+                                   const std::string& directory);
+void RemoveDiscoveredInstanceKeys(const discovery::DbServerList& servers, ServerKind kind);
 
 // Deletes a key with all its subkeys: 1 on success, 0 on failure.
 [[nodiscard]] int DeleteRegistryTree(platform::Registry* root, const std::string& path);

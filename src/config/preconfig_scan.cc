@@ -71,10 +71,14 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
                   {"COLL_ERRORLOG_STARTUP_MAX_TIME", &numbers->startup_time},
                   {"COLL_ERRORLOG_MAX_EVENT_ROW", &numbers->max_rows}};
   for (const auto& entry : decimals) {
-    if (str_icmp(value.name.c_str(), entry.name) == 0) {
+    if (str_icmp(value.name.c_str(), entry.name) != 0) continue;
+    if (entry.target == &text->service_number) {
+      // The leading digits, as the agent reads its own registration.
       *entry.target = std::atoi(value.data.c_str());
-      return true;
+    } else if (support::ParseDecimal(value.data, entry.target) == EINVAL) {
+      *entry.target = 0;  // a setting that is no number counts as none
     }
+    return true;
   }
   return false;
 }
@@ -109,6 +113,70 @@ void ReadRegistration(DbConfigList& list, platform::Registry* hive, const std::s
   }
 }
 
+// Reads the registration of one listed instance into `text`; whether it has
+// one. An instance listed but not registered (its tool died, the key was
+// deleted by hand) is named after its file, so that it can still be put, got
+// and removed, and so that it keeps its line in the include file.
+bool ReadInstance(DbConfigList& list, platform::Registry* hive, ServerKind kind,
+                  const std::string& name, const std::string& file_name, ScannedValues* text,
+                  CarriedNumbers* numbers) {
+  const std::string stem = support::NamesOf(kind)->registry_stem;
+  ReadRegistration(list, hive, stem + name, text, numbers);
+  // A directory with a "." before the stem names the instance wrongly; its
+  // registration is then found under the name its file carries.
+  if (text->server_id.empty() && !file_name.empty() && file_name != name) {
+    ReadRegistration(list, hive, stem + file_name, text, numbers);
+  }
+  const bool registered = !text->server_id.empty();
+  if (!registered && !file_name.empty()) {
+    list.Output(Channel::kLog,
+                "ScanPreConfig: no registered name; naming the server '%s' after its file\n",
+                file_name.c_str());
+    text->server_id = file_name;
+  }
+  return registered;
+}
+
+// A scanned record of the values read; its service number is -1 when the
+// registration has none.
+std::unique_ptr<DbConfig> BuildRecord(DbConfigList& list, ServerKind kind,
+                                      const ScannedValues& text, const CarriedNumbers& numbers) {
+  auto record = std::make_unique<DbConfig>();
+  record->setServerName(text.server_id);
+  record->setLoginName(text.logon);
+  record->setPassword(text.password);
+  record->setVersion(text.version);
+  record->setHomeDir(text.home);
+  record->setErrorLog(text.errorlog);
+  record->setServerType(support::KindNumber(kind));
+  record->setWinAuthentication(text.win_auth);
+  record->setLongLiveConnect(text.long_live);
+  record->setIncludeDbNames(text.include_names);
+  record->setPort(text.port);
+  record->setTbldDailyFrequency(numbers.daily);
+  record->setTbldWeeklyFrequency(numbers.weekly);
+  record->setTbldMonthlyFrequency(numbers.monthly);
+  record->setTbldCtimeHrs(numbers.hours);
+  record->setTbldCtimeMins(numbers.minutes);
+  record->setErrorlogStartupMaxEventRow(numbers.startup_rows);
+  record->setErrorlogStartupMaxTime(numbers.startup_time);
+  record->setErrorlogMaxEventRow(numbers.max_rows);
+  if (kind == ServerKind::kSqlServer) {
+    list.Output(Channel::kLog, "ScanPreConfig: setting MS SQL cluster server name '%s'\n",
+                text.cluster.c_str());
+    record->setClusterServer(text.cluster);
+    record->setExtendedParams(text.disable_cursors);
+  } else if (kind == ServerKind::kSybase) {
+    record->setOcsDir(text.ocs);
+  } else if (kind == ServerKind::kOracle) {
+    record->setTnsAdmin(text.tns_admin);
+    record->setExtendedParams(text.disable_cursors);
+  }
+  record->setConfigType(kConfigScanned);
+  record->setServiceNumber(text.service_number);
+  return record;
+}
+
 // The instance name in an instance file's name: the text between the stem
 // and ".ini" ("...\VSQMMA_INST1.ini" gives "INST1"); empty for another name.
 std::string NameInFileName(const std::string& path, std::string_view stem) {
@@ -119,6 +187,17 @@ std::string NameInFileName(const std::string& path, std::string_view stem) {
     return "";
   }
   return std::string(file.substr(stem.size(), file.size() - stem.size() - kSuffix.size()));
+}
+
+// The instance name in an include line: from the end of the stem to the first
+// "." of the line, wherever that is, so that a directory with a "." before the
+// stem gives no name; empty without a stem.
+std::string NameInLine(const std::string& line, std::string_view stem) {
+  const size_t at = line.find(stem);
+  if (at == std::string::npos) return "";
+  const size_t start = at + stem.size();
+  const size_t dot = line.find('.');
+  return dot == std::string::npos || dot < start ? "" : line.substr(start, dot - start);
 }
 
 // 0 when the file can be opened for reading, else why not.
@@ -141,48 +220,50 @@ int DbConfigList::ReadIncludeFile(ServerKind kind, std::vector<ListedInstance>* 
   const support::KindNames* files = support::NamesOf(kind);
   if (files == nullptr || !files->scanned) return 0;
   const std::string etc = GetEtcDir(PathForm::kResolved);
-  const std::string include = etc + "\\" + files->include_file;
-  const std::string prefix = "Add=" + etc + "\\" + files->ini_stem;
-  const std::string_view stem = files->ini_stem;
-
   std::string contents;
-  if (const int status = platform::ReadFileContents(include, &contents); status != 0) {
+  if (const int status = platform::ReadFileContents(etc + "\\" + files->include_file, &contents);
+      status != 0) {
     // No include file is no configured instance; one that is there but cannot
     // be read must not pass for that, or the next regeneration would drop
     // every instance it lists.
     return status == ENOENT ? 0 : status;
   }
+  const std::string prefix = "Add=" + etc + "\\" + files->ini_stem;
   std::string_view rest = contents;
   while (!rest.empty()) {
     const size_t end = rest.find('\n');
     const std::string_view raw = rest.substr(0, end);
     rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-    if (raw.empty() || raw[0] != 'A') continue;
-    std::string_view trimmed = raw.substr(0, raw.find_last_not_of(" \t\r\n") + 1);
-    trimmed.remove_prefix(std::min(trimmed.find_first_not_of(" \t"), trimmed.size()));
-    const std::string line(trimmed);
-    if (line.compare(0, 4, "Add=") != 0) continue;
-    const std::string path = line.substr(4);
-    if (const int status = FileStatus(path); status != 0) {
-      if (status == ENOENT) continue;  // an instance whose file is gone is not configured
+    if (const int status = ReadIncludeLine(raw, prefix, files->ini_stem, listed); status != 0) {
       return status;
     }
-    // The name runs from the stem to the first "." of the line, wherever that
-    // is: a directory with a "." before the stem gives no name.
-    const size_t at = line.find(stem);
-    if (at == std::string::npos) continue;
-    const size_t start = at + stem.size();
-    const size_t dot = line.find('.');
-    const std::string name =
-        dot == std::string::npos || dot < start ? "" : line.substr(start, dot - start);
-    Output(Channel::kLog, "GetPreConfigList: csPrefix: %s\n", prefix.c_str());
-    Output(Channel::kLog, "GetPreConfigList: csTempName: %s\n", line.c_str());
-    Output(Channel::kLog, "GetPreConfigList: csTempName2: %s\n", path.c_str());
-    Output(Channel::kLog, "GetPreConfigList: csServerName: %s\n", name.c_str());
-    bool known = false;
-    for (const ListedInstance& existing : *listed) known = known || existing.name == name;
-    if (!known) listed->push_back({name, NameInFileName(path, stem)});
   }
+  return 0;
+}
+
+int DbConfigList::ReadIncludeLine(std::string_view raw, const std::string& prefix,
+                                  std::string_view stem, std::vector<ListedInstance>* listed) {
+  if (raw.empty() || raw[0] != 'A') return 0;
+  std::string_view trimmed = raw.substr(0, raw.find_last_not_of(" \t\r\n") + 1);
+  trimmed.remove_prefix(std::min(trimmed.find_first_not_of(" \t"), trimmed.size()));
+  const std::string line(trimmed);
+  if (line.compare(0, 4, "Add=") != 0) return 0;
+  const std::string path = line.substr(4);
+  if (const int status = FileStatus(path); status != 0) {
+    // An instance whose file is gone is not configured.
+    return status == ENOENT ? 0 : status;
+  }
+  const std::string name = NameInLine(line, stem);
+  Output(Channel::kLog, "GetPreConfigList: csPrefix: %s\n", prefix.c_str());
+  Output(Channel::kLog, "GetPreConfigList: csTempName: %s\n", line.c_str());
+  Output(Channel::kLog, "GetPreConfigList: csTempName2: %s\n", path.c_str());
+  Output(Channel::kLog, "GetPreConfigList: csServerName: %s\n", name.c_str());
+  // A file of another name is no instance of this kind.
+  if (line.find(stem) == std::string::npos) return 0;
+  for (const ListedInstance& existing : *listed) {
+    if (existing.name == name) return 0;
+  }
+  listed->push_back({name, NameInFileName(path, stem)});
   return 0;
 }
 
@@ -195,8 +276,6 @@ int DbConfigList::ScanPreConfig(ServerKind kind) {
   }
   Output(Channel::kLog, "ScanPreConfig: After GetPreConfigList :ServerCount[%d]\n",
          static_cast<int>(listed.size()));
-
-  const support::KindNames* files = support::NamesOf(kind);
   std::unique_ptr<platform::Registry> hive;
   (void)platform::Registry::Connect("", &hive);
   CarriedNumbers numbers;
@@ -204,58 +283,10 @@ int DbConfigList::ScanPreConfig(ServerKind kind) {
     Output(Channel::kLog, "ScanPreConfig: discovering config for configured server #%d\n",
            static_cast<int>(n));
     ScannedValues text;
-    ReadRegistration(*this, hive.get(), files->registry_stem + listed[n].name, &text, &numbers);
-    // A directory with a "." before the stem names the instance wrongly; its
-    // registration is then found under the name its file carries.
-    if (text.server_id.empty() && !listed[n].file_name.empty() &&
-        listed[n].file_name != listed[n].name) {
-      ReadRegistration(*this, hive.get(), files->registry_stem + listed[n].file_name, &text,
-                       &numbers);
-    }
-    // An instance listed but not registered (its tool died, the key was
-    // deleted by hand) is named after its file, so that it can still be put,
-    // got and removed, and so that it keeps its line in the include file.
-    const bool registered = !text.server_id.empty();
-    if (!registered && !listed[n].file_name.empty()) {
-      Output(Channel::kLog,
-             "ScanPreConfig: no registered name; naming the server '%s' after its file\n",
-             listed[n].file_name.c_str());
-      text.server_id = listed[n].file_name;
-    }
-    auto record = std::make_unique<DbConfig>();
+    const bool registered =
+        ReadInstance(*this, hive.get(), kind, listed[n].name, listed[n].file_name, &text, &numbers);
+    auto record = BuildRecord(*this, kind, text, numbers);
     record->setRegistered(registered);
-    record->setServerName(text.server_id);
-    record->setLoginName(text.logon);
-    record->setPassword(text.password);
-    record->setVersion(text.version);
-    record->setHomeDir(text.home);
-    record->setErrorLog(text.errorlog);
-    record->setServerType(support::KindNumber(kind));
-    record->setWinAuthentication(text.win_auth);
-    record->setLongLiveConnect(text.long_live);
-    record->setIncludeDbNames(text.include_names);
-    record->setPort(text.port);
-    record->setTbldDailyFrequency(numbers.daily);
-    record->setTbldWeeklyFrequency(numbers.weekly);
-    record->setTbldMonthlyFrequency(numbers.monthly);
-    record->setTbldCtimeHrs(numbers.hours);
-    record->setTbldCtimeMins(numbers.minutes);
-    record->setErrorlogStartupMaxEventRow(numbers.startup_rows);
-    record->setErrorlogStartupMaxTime(numbers.startup_time);
-    record->setErrorlogMaxEventRow(numbers.max_rows);
-    if (kind == ServerKind::kSqlServer) {
-      Output(Channel::kLog, "ScanPreConfig: setting MS SQL cluster server name '%s'\n",
-             text.cluster.c_str());
-      record->setClusterServer(text.cluster);
-      record->setExtendedParams(text.disable_cursors);
-    } else if (kind == ServerKind::kSybase) {
-      record->setOcsDir(text.ocs);
-    } else if (kind == ServerKind::kOracle) {
-      record->setTnsAdmin(text.tns_admin);
-      record->setExtendedParams(text.disable_cursors);
-    }
-    record->setConfigType(kConfigScanned);
-    record->setServiceNumber(text.service_number);
     if (text.service_number == -1) {
       const int number = GetServiceNumber(kind, *record);
       Output(Channel::kLog,

@@ -1,46 +1,82 @@
 // Service numbers: read back from an instance's management-agent file, and
 // handed out lowest first to instances that need one.
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "config/db_config_list.h"
 #include "platform/files.h"
-#include "support/memory.h"
+#include "support/config_log.h"
+#include "support/line_reader.h"
 #include "support/server_kind.h"
 
 namespace config {
 
 namespace {
 
-// One flag per service number of a kind, from the checked allocator.
+// One flag per service number of a kind; numbers beyond the kind's bound
+// have no flag and are ignored.
 class NumberFlags {
  public:
-  explicit NumberFlags(int count)
-      : count_(count),
-        flags_(
-            static_cast<bool*>(util_malloc(static_cast<int>(sizeof(bool)) * count, "vdbixdcl",
-                                           __LINE__, "sizeof(bool) * VDBServerMaxInstances[db]"))) {
-    if (flags_ != nullptr) std::memset(flags_.get(), 0, sizeof(bool) * static_cast<size_t>(count));
-  }
-  [[nodiscard]] bool ok() const { return flags_ != nullptr; }
-  // Numbers beyond the kind's bound have no flag and are ignored.
+  explicit NumberFlags(int count) : taken_(static_cast<size_t>(count), false) {}
   void take(int number) {
-    if (number >= 0 && number < count_) flags_.get()[number] = true;
+    if (number >= 0 && static_cast<size_t>(number) < taken_.size()) taken_[number] = true;
   }
-  [[nodiscard]] bool taken(int number) const { return flags_.get()[number]; }
+  [[nodiscard]] bool taken(int number) const { return taken_[static_cast<size_t>(number)]; }
 
  private:
-  struct Free {
-    void operator()(bool* flags) const { util_free(flags); }
-  };
-  int count_;
-  std::unique_ptr<bool, Free> flags_;
+  std::vector<bool> taken_;
 };
 
-constexpr char kPasswordEntry[] = "COLL_PASSWORD=";
-constexpr size_t kPasswordEntryLength = sizeof kPasswordEntry - 1;
+constexpr std::string_view kPasswordEntry = "COLL_PASSWORD=";
+
+// A line as the log shows it: the password entry's value masked.
+std::string Shown(const std::string& line) {
+  if (line.compare(0, kPasswordEntry.size(), kPasswordEntry) != 0) return line;
+  return std::string(kPasswordEntry) + support::kMask + "\n";
+}
+
+// Marks the numbers that the kind's instance files hold: 0, or -3 when one
+// of them could not be read.
+int MarkNumbersOnDisk(DbConfigList& list, ServerKind kind, NumberFlags* flags) {
+  list.Output(
+      Channel::kLog,
+      "GetAvailServiceNumber: Initializing current service numbers in use, there are %d of them\n",
+      list.GetCount(kind));
+  for (int i = 0; i < list.GetCount(kind); ++i) {
+    const DbConfig& record = *list.GetAt(i, kind);
+    const std::string name = record.getServerName();
+    list.Output(Channel::kLog, "GetAvailServiceNumber: Got a configured server '%s'\n",
+                name.c_str());
+    const int number = list.GetServiceNumber(kind, record);
+    list.Output(Channel::kLog, "GetAvailServiceNumber: server '%s' service number is %d\n",
+                name.c_str(), number);
+    if (number < 0) {
+      list.Output(Channel::kLog, "ERROR: unable to obtain service num for '%s'\n", name.c_str());
+      return -3;
+    }
+    list.Output(Channel::kLog, "GetAvailServiceNumber: Setting service number %d as unavailable\n",
+                number);
+    flags->take(number);
+  }
+  return 0;
+}
+
+// The lowest number not taken, or -10 when all are.
+int LowestFree(DbConfigList& list, const NumberFlags& flags, int maximum) {
+  list.Output(Channel::kLog, "GetAvailServiceNumber: Hunting for available service number\n");
+  for (int number = 0; number < maximum; ++number) {
+    list.Output(Channel::kLog, "GetAvailServiceNumber: Checking boolean array[%d]\n", number);
+    if (!flags.taken(number)) {
+      list.Output(Channel::kLog, "GetAvailServiceNumber: Service number %d is available\n", number);
+      return number;
+    }
+  }
+  list.Output(Channel::kLog,
+              "GetAvailServiceNumber: Maximum instances (%d) are already configured\n", maximum);
+  return -10;
+}
 
 }  // namespace
 
@@ -55,28 +91,18 @@ int DbConfigList::GetServiceNumber(ServerKind kind, const DbConfig& record) {
     Output(Channel::kLog, "\nERROR: can't open file '%s'\n", path.c_str());
     return -3;
   }
-  const size_t prefix_length = std::strlen(files->agent_section);
-  char line[512];
-  // The password line is not shown in the log, nor the rest of it when it is
-  // longer than one read.
-  bool in_password = false;
-  while (std::fgets(line, sizeof line, file.get()) != nullptr) {
+  const std::string_view section = files->agent_section;
+  std::string line;  // with its "\n", as the log has always shown it
+  while (support::ReadLineWithEnd(file.get(), &line)) {
     Output(Channel::kLog, "GetServiceNumber: read line\n");
-    const bool continued = in_password;
-    const size_t length = std::strlen(line);
-    const bool whole = length > 0 && line[length - 1] == '\n';
-    in_password =
-        (continued || std::strncmp(line, kPasswordEntry, kPasswordEntryLength) == 0) && !whole;
-    if (line[0] == ';' || line[0] == '\0') continue;
-    const bool secret = continued || std::strncmp(line, kPasswordEntry, kPasswordEntryLength) == 0;
-    const std::string shown = !secret     ? std::string(line)
-                              : continued ? std::string(support::kMask) + (whole ? "\n" : "")
-                                          : std::string(kPasswordEntry) + support::kMask + "\n";
-    Output(Channel::kLog, "GetServiceNumber: Comparing line '%s' with '%s'\n", shown.c_str(),
+    if (line.empty() || line[0] == ';') continue;
+    Output(Channel::kLog, "GetServiceNumber: Comparing line '%s' with '%s'\n", Shown(line).c_str(),
            files->agent_section);
-    if (std::strncmp(line, files->agent_section, prefix_length) != 0) continue;
-    const char* rest = line + prefix_length;
+    if (line.compare(0, section.size(), section) != 0) continue;
+    const char* rest = line.c_str() + section.size();
     Output(Channel::kLog, "GetServiceNumber: Line match, strNum is '%s'\n", rest);
+    // The leading digits, as the agent itself reads them: "2]" is 2 and
+    // "X]" is 0, not an error.
     const int number = std::atoi(rest);
     Output(Channel::kLog, "GetServiceNumber: Returning %d\n", number);
     Output(Channel::kLog, "GetServiceNumber: exit\n");
@@ -87,54 +113,17 @@ int DbConfigList::GetServiceNumber(ServerKind kind, const DbConfig& record) {
 }
 
 int DbConfigList::GetAvailServiceNumber(ServerKind kind) {
-  int result = -10;
   Output(Channel::kLog, "\nGetAvailServiceNumber: enter\n");
+  int result = -1;
   if (support::NamesOf(kind) == nullptr) {
     Output(Channel::kLog, "\nERROR: invalid db type '%d'\n", support::KindNumber(kind));
-    Output(Channel::kLog, "GetAvailServiceNumber: exit, availnum=%d\n", -1);
-    return -1;
-  }
-  const int maximum = VDBServerMaxInstances(kind);
-  Output(Channel::kLog, "GetAvailServiceNumber: Initializing boolean array to a size of %d\n",
-         maximum);
-  NumberFlags flags(maximum);
-  if (!flags.ok()) {
-    Output(Channel::kLog, "\nERROR: unable to alloc bool array'\n");
-    Output(Channel::kLog, "GetAvailServiceNumber: exit, availnum=%d\n", -2);
-    return -2;
-  }
-  Output(
-      Channel::kLog,
-      "GetAvailServiceNumber: Initializing current service numbers in use, there are %d of them\n",
-      GetCount(kind));
-  for (int i = 0; i < GetCount(kind); ++i) {
-    const DbConfig& record = *GetAt(i, kind);
-    const std::string name = record.getServerName();
-    Output(Channel::kLog, "GetAvailServiceNumber: Got a configured server '%s'\n", name.c_str());
-    const int number = GetServiceNumber(kind, record);
-    Output(Channel::kLog, "GetAvailServiceNumber: server '%s' service number is %d\n", name.c_str(),
-           number);
-    if (number < 0) {
-      Output(Channel::kLog, "ERROR: unable to obtain service num for '%s'\n", name.c_str());
-      Output(Channel::kLog, "GetAvailServiceNumber: exit, availnum=%d\n", -3);
-      return -3;
-    }
-    Output(Channel::kLog, "GetAvailServiceNumber: Setting service number %d as unavailable\n",
-           number);
-    flags.take(number);
-  }
-  Output(Channel::kLog, "GetAvailServiceNumber: Hunting for available service number\n");
-  for (int number = 0; number < maximum; ++number) {
-    Output(Channel::kLog, "GetAvailServiceNumber: Checking boolean array[%d]\n", number);
-    if (!flags.taken(number)) {
-      Output(Channel::kLog, "GetAvailServiceNumber: Service number %d is available\n", number);
-      result = number;
-      break;
-    }
-  }
-  if (result < 0) {
-    Output(Channel::kLog, "GetAvailServiceNumber: Maximum instances (%d) are already configured\n",
+  } else {
+    const int maximum = VDBServerMaxInstances(kind);
+    Output(Channel::kLog, "GetAvailServiceNumber: Initializing boolean array to a size of %d\n",
            maximum);
+    NumberFlags flags(maximum);
+    const int status = MarkNumbersOnDisk(*this, kind, &flags);
+    result = status != 0 ? status : LowestFree(*this, flags, maximum);
   }
   Output(Channel::kLog, "GetAvailServiceNumber: exit, availnum=%d\n", result);
   return result;
@@ -148,10 +137,6 @@ int DbConfigList::GetAvailServiceNumberbyConfigType(ServerKind kind, int /*ignor
   }
   const int maximum = VDBServerMaxInstances(kind);
   NumberFlags flags(maximum);
-  if (!flags.ok()) {
-    Output(Channel::kLog, "\nERROR: unable to alloc bool array'\n");
-    return -2;
-  }
   for (int i = 0; i < GetCount(kind); ++i) {
     DbConfig& record = *GetAt(i, kind);
     const std::string name = record.getServerName();

@@ -2,9 +2,9 @@
 
 #include <cerrno>
 
-#include "generate/line_reader.h"
 #include "platform/files.h"
 #include "support/config_log.h"
+#include "support/line_reader.h"
 
 namespace generate {
 
@@ -119,7 +119,7 @@ int CopyTestSettings(config::DbConfigList& list, const std::string& path) {
     return status == ENOENT ? 0 : status;
   }
   std::string line;
-  while (ReadLine(settings.get(), &line)) list.Output(kIni, "%s\n", line.c_str());
+  while (support::ReadLine(settings.get(), &line)) list.Output(kIni, "%s\n", line.c_str());
   return std::ferror(settings.get()) != 0 ? EIO : 0;
 }
 

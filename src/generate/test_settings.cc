@@ -4,8 +4,8 @@
 #include <string>
 
 #include "generate/agent_files.h"
-#include "generate/line_reader.h"
 #include "platform/files.h"
+#include "support/line_reader.h"
 
 namespace generate {
 
@@ -27,14 +27,14 @@ void WriteLine(std::FILE* file, const std::string& line) {
 // instance file sets its own.
 void CopySections(std::FILE* source, std::FILE* target) {
   std::string line;
-  bool have_line = ReadLine(source, &line);
+  bool have_line = support::ReadLine(source, &line);
   while (have_line) {
     if (line != kLocalSettings) {
-      have_line = ReadLine(source, &line);
+      have_line = support::ReadLine(source, &line);
       continue;
     }
     WriteLine(target, line);
-    while ((have_line = ReadLine(source, &line))) {
+    while ((have_line = support::ReadLine(source, &line))) {
       // An empty line or the next header ends the section; the header is then
       // looked at again, so a later "[Local Settings]" is copied too.
       if (line.empty() || line[0] == '[') break;

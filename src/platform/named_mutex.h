@@ -11,7 +11,9 @@ namespace platform {
 
 class NamedMutex {
  public:
-  enum WaitResult { kAcquired, kTimeout, kFailed };
+  // kAbandoned: the mutex is held now, but its last holder was a thread that
+  // ended without releasing it, so what it guards may be half done.
+  enum WaitResult { kAcquired, kAbandoned, kTimeout, kFailed };
 
   virtual ~NamedMutex() = default;
 
@@ -19,7 +21,7 @@ class NamedMutex {
   [[nodiscard]] static std::unique_ptr<NamedMutex> Create(const std::string& name);
 
   // Waits at most `timeout_ms`. The holding thread may wait again and gets
-  // kAcquired at once; each kAcquired is matched by one Release.
+  // kAcquired at once; each kAcquired or kAbandoned is matched by one Release.
   [[nodiscard]] virtual WaitResult Wait(uint32_t timeout_ms) = 0;
   virtual void Release() = 0;
 };

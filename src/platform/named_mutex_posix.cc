@@ -2,8 +2,10 @@
 // mutex in the temporary directory. A flock belongs to an open file, not to a
 // thread, so the threads of this process share one lock per name and take
 // turns through a process-wide state: the holding thread re-enters at once,
-// other threads wait for it before they try the file lock. A process that dies
-// holding the mutex releases it with its files.
+// other threads wait for it before they try the file lock. A thread that ends
+// holding the mutex leaves it abandoned, as on Windows: released, and the next
+// thread to take it is told. A process that dies holding the mutex releases it
+// with its files; no other process can tell.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -17,6 +19,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/named_mutex.h"
 
@@ -60,7 +63,45 @@ struct Shared {
   bool taken = false;  // a thread of this process holds the mutex or is taking the file lock
   std::thread::id owner;
   unsigned count = 0;
+  bool abandoned = false;  // its last holder ended holding it
+
+  // Gives the mutex up, with `s.guard` held.
+  void GiveUp() {
+    flock(fd, LOCK_UN);
+    count = 0;
+    owner = std::thread::id();
+    taken = false;
+    turn.notify_one();
+  }
 };
+
+// The mutexes the current thread holds; those it still holds when it ends are
+// left abandoned.
+class Holdings {
+ public:
+  ~Holdings() {
+    for (const std::weak_ptr<Shared>& weak : held_) {
+      const std::shared_ptr<Shared> s = weak.lock();
+      if (!s) continue;
+      std::lock_guard<std::mutex> lock(s->guard);
+      if (s->count == 0 || s->owner != std::this_thread::get_id()) continue;
+      s->abandoned = true;
+      s->GiveUp();
+    }
+  }
+  void Add(const std::shared_ptr<Shared>& shared) { held_.push_back(shared); }
+  void Remove(const Shared* shared) {
+    std::erase_if(held_, [shared](const std::weak_ptr<Shared>& weak) {
+      const std::shared_ptr<Shared> s = weak.lock();
+      return !s || s.get() == shared;
+    });
+  }
+
+ private:
+  std::vector<std::weak_ptr<Shared>> held_;
+};
+
+thread_local Holdings holdings;
 
 // One Shared per name while any NamedMutex of that name exists.
 std::shared_ptr<Shared> SharedFor(const std::string& name) {
@@ -123,6 +164,9 @@ class PosixNamedMutex final : public NamedMutex {
     if (result == kAcquired) {
       s.owner = std::this_thread::get_id();
       s.count = 1;
+      holdings.Add(shared_);
+      if (s.abandoned) result = kAbandoned;
+      s.abandoned = false;
     } else {
       s.taken = false;
       s.turn.notify_one();
@@ -135,10 +179,8 @@ class PosixNamedMutex final : public NamedMutex {
     std::lock_guard<std::mutex> lock(s.guard);
     if (s.count == 0 || s.owner != std::this_thread::get_id()) return;
     if (--s.count > 0) return;
-    flock(s.fd, LOCK_UN);
-    s.owner = std::thread::id();
-    s.taken = false;
-    s.turn.notify_one();
+    s.GiveUp();
+    holdings.Remove(&s);
   }
 
  private:

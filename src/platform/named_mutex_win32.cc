@@ -1,6 +1,6 @@
 // Named mutexes on Windows: the system's own, which already re-enter for the
 // holding thread. A mutex left by a thread that ended while holding it
-// (WAIT_ABANDONED) is acquired all the same.
+// (WAIT_ABANDONED) is held by the waiter then, and said to be abandoned.
 #include <windows.h>
 
 #include <memory>
@@ -19,8 +19,9 @@ class Win32NamedMutex final : public NamedMutex {
   WaitResult Wait(uint32_t timeout_ms) override {
     switch (WaitForSingleObject(handle_, timeout_ms)) {
       case WAIT_OBJECT_0:
-      case WAIT_ABANDONED:
         return kAcquired;
+      case WAIT_ABANDONED:
+        return kAbandoned;
       case WAIT_TIMEOUT:
         return kTimeout;
       default:

@@ -12,7 +12,8 @@ char* env_get(const char* name, int mode, const char* defaultValue) {
   const bool has_default = defaultValue != nullptr && *defaultValue != '\0';
   const char* type = has_default ? "i" : "w";
 
-  const char* value = std::getenv(name);
+  char* const found = std::getenv(name);
+  const char* value = found;
   if (value != nullptr && *value == '\0') {
     if (mode == 1) {
       msg_write(nullptr, "vdbutil", 1888, type, "uen0010",
@@ -25,8 +26,13 @@ char* env_get(const char* name, int mode, const char* defaultValue) {
   }
 
   char* result = nullptr;
-  if (value == nullptr && mode == -1) {
-    if (has_default) result = env_put(name, defaultValue);
+  if (mode == -1) {
+    // Never a copy: the environment's own text, or the default put there.
+    if (value != nullptr) {
+      result = found;
+    } else if (has_default) {
+      result = env_put(name, defaultValue);
+    }
   } else {
     if (value == nullptr && has_default) {
       if (mode == 1)

@@ -1,6 +1,8 @@
 #include "support/message.h"
 
 #include <cctype>
+#include <cerrno>
+#include <charconv>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -65,12 +67,25 @@ bool CreateLock(MessageState& state) {
   return state.lock != nullptr;
 }
 
-// The decimal value of an environment variable, or `fallback` when it is unset,
-// empty or cannot be copied.
+// The decimal value of an environment variable (the nearer bound when it does
+// not fit), or `fallback` when it is unset, empty, no number or cannot be
+// copied.
 int EnvironmentNumber(const char* name, int fallback, bool* set) {
   UniqueText value(env_get(name, -2, nullptr));
-  *set = value != nullptr;
-  return value != nullptr ? std::atoi(value.get()) : fallback;
+  int number = fallback;
+  *set = value != nullptr && support::ParseDecimal(value.get(), &number) != EINVAL;
+  return *set ? number : fallback;
+}
+
+// The trace switch of a conditional trace type: the number its letter is
+// followed by ("H3" is 3, "H3p" too); none is switch 0, one that does not fit
+// an int is -1, which names no switch.
+int TraceSwitchOf(const char* type) {
+  const char* digits = type + 1;
+  int number = 0;
+  const std::errc error = std::from_chars(digits, digits + std::strlen(digits), number).ec;
+  if (error == std::errc::invalid_argument) return 0;
+  return error == std::errc{} ? number : -1;
 }
 
 struct Switches {
@@ -90,7 +105,7 @@ Outcome ApplyLetter(const char* type, char* letter, Switches* s, const char* id)
   MessageState& state = State();
   switch (*letter) {
     case 'H': {
-      const int number = std::atoi(type + 1);
+      const int number = TraceSwitchOf(type);
       if (number < 0 || number > 7 || !state.trace_switches[number]) return Outcome::kDrop;
       *letter = 'T';
       s->timestamp = s->flush = true;
@@ -202,12 +217,31 @@ std::string BuildHeader(const Switches& s, const char* id, char letter, const ch
   return header;
 }
 
+// The text of a message, ending in one newline: a pre-built one from its
+// tenth character on, a formatted one as formatted.
+SQXA_PRINTF(2, 0)
+std::string MessageText(bool prebuilt, const char* format, std::va_list args) {
+  std::string text;
+  if (prebuilt) {
+    text = std::strlen(format) > 9 ? format + 9 : "";
+  } else {
+    char buffer[kTextSize];
+    const int length = std::vsnprintf(buffer, sizeof buffer, format, args);
+    text = length > 0 ? buffer : " *** vsprintf error ****";
+  }
+  if (text.empty() || text.back() != '\n') text += '\n';
+  return text;
+}
+
 SQXA_PRINTF(6, 0)
 void WriteMessage(const char* routine, const char* source_file, int line, const char* type,
                   const char* message_id, const char* format, std::va_list args) {
   MessageState& state = State();
   if (!CreateLock(state)) return;
   state.last_wait = state.lock->Wait(250);
+  // A lock whose last holder ended holding it is held now all the same: it is
+  // given back, and the message is dropped like one that found the lock busy.
+  if (state.last_wait == platform::NamedMutex::kAbandoned) state.lock->Release();
   if (state.last_wait != platform::NamedMutex::kAcquired) return;
   LockHold hold(state.lock.get());
 
@@ -233,15 +267,7 @@ void WriteMessage(const char* routine, const char* source_file, int line, const 
   const bool to_stream = state.output != nullptr || !s.echo;
 
   const std::string header = BuildHeader(s, id, letter, format, source_file, line, routine);
-  std::string text;
-  if (s.prebuilt) {
-    text = std::strlen(format) > 9 ? format + 9 : "";
-  } else {
-    char buffer[kTextSize];
-    const int length = std::vsnprintf(buffer, sizeof buffer, format, args);
-    text = length > 0 ? buffer : " *** vsprintf error ****";
-  }
-  if (text.empty() || text.back() != '\n') text += '\n';
+  const std::string text = MessageText(s.prebuilt, format, args);
   const unsigned long thread = platform::CurrentThreadId();
 
   if (to_stream) {

@@ -1,6 +1,9 @@
 #include "support/strings.h"
 
 #include <cctype>
+#include <cerrno>
+#include <charconv>
+#include <climits>
 #include <cstring>
 #include <string>
 
@@ -70,3 +73,20 @@ void path_split(const char* path, char* dir, char* dirWithSeparator, char* name,
   put(extension, dot == std::string::npos ? "" : base.substr(dot + 1));
   put(baseName, base);
 }
+
+namespace support {
+
+int ParseDecimal(std::string_view text, int* value) {
+  int parsed = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, parsed);
+  if (stop != end || error == std::errc::invalid_argument) return EINVAL;
+  if (error == std::errc::result_out_of_range) {
+    *value = text.front() == '-' ? INT_MIN : INT_MAX;
+    return ERANGE;
+  }
+  *value = parsed;
+  return 0;
+}
+
+}  // namespace support

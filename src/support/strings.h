@@ -2,6 +2,8 @@
 // that of the C locale.
 #pragma once
 
+#include <string_view>
+
 // Upper-cases `text` in place; null gives null.
 char* str_upper(char* text);
 
@@ -21,3 +23,12 @@ char* str_trim(char* text, char where, const char* set);
 // the last "." of the base name) and the base name. Outputs hold 1024 bytes.
 void path_split(const char* path, char* dir, char* dirWithSeparator, char* name, char* extension,
                 char* baseName);
+
+namespace support {
+
+// Reads a decimal number that is the whole of `text` (an optional "-", then
+// digits) into `value`: 0; EINVAL when the text is no such number (`value`
+// untouched); ERANGE when it does not fit (`value` then holds the nearer bound).
+[[nodiscard]] int ParseDecimal(std::string_view text, int* value);
+
+}  // namespace support

@@ -18,8 +18,10 @@ char* time_text(char* buffer, int style) {
                     local.tm_hour, local.tm_min, local.tm_sec);
       break;
     case 2:
-      // The locale's own form, two-digit year and all, is what readers expect.
-      if (std::strftime(out, 48, "%c", &local) == 0) out[0] = '\0';
+      // The form of "%c" in the C locale of the Windows runtime, on every
+      // platform: other runtimes spell "%c" differently.
+      std::snprintf(out, 48, "%02d/%02d/%02d %02d:%02d:%02d", month, local.tm_mday, year % 100,
+                    local.tm_hour, local.tm_min, local.tm_sec);
       break;
     case 3:
       std::snprintf(out, 48, "%03d%02d%02d%02d%02d%02d", year - 1900, month, local.tm_mday,

@@ -4,7 +4,7 @@
 // Writes the current time into `buffer` (at least 48 bytes; a static buffer when
 // null) in one of five styles and answers it:
 //   1  "2026/11/13 00:52:07"
-//   2  the locale's date and time ("%c")
+//   2  "11/13/26 00:52:07", as "%c" gives it in the C locale on Windows
 //   3  "1261113005207": the year - 1900 in three digits, then month, day,
 //      hours, minutes and seconds in two digits each
 //   4  style 3 followed by "000"

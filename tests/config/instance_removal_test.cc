@@ -82,5 +82,31 @@ TEST_F(InstanceRemovalTest, RemovingAnInstanceKeyReportsEachStep) {
             std::string::npos);
 }
 
+// The variants over every discovered server of a kind.
+TEST_F(InstanceRemovalTest, RemovesWhatEveryDiscoveredServerHas) {
+  ASSERT_TRUE(
+      sqxa_test::LoadHost("Windows Registry Editor Version 5.00\n\n"
+                          "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\A\\Environment]\n\n"
+                          "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\B\\Environment]\n\n"));
+  discovery::DbServerList servers("");
+  for (const char* name : {"A", "B"}) {
+    std::unique_ptr<discovery::DbServer> server = std::make_unique<discovery::DbServerSql>();
+    server->setServerName(name);
+    (void)servers.add(server, ServerKind::kSqlServer);
+    Write(std::string("VSQMMA_") + name + ".ini", "x");
+  }
+  const Captured got = Capture([&] {
+    RemoveDiscoveredInstanceFiles(servers, ServerKind::kSqlServer, Etc());
+    RemoveDiscoveredInstanceKeys(servers, ServerKind::kSqlServer);
+  });
+  EXPECT_FALSE(Exists("VSQMMA_A.ini"));
+  EXPECT_FALSE(Exists("VSQMMA_B.ini"));
+  for (const char* line : {"[DBG] Deleting instance [Software\\Marlox\\VSQ\\610\\A]\n",
+                           "[DBG] Deleting instance [Software\\Marlox\\VSQ\\610\\B]\n",
+                           "service [VSQCOLL0]\n", "service [VSQAGENT49]\n"}) {
+    EXPECT_NE(got.out.find(line), std::string::npos) << line;
+  }
+}
+
 }  // namespace
 }  // namespace config

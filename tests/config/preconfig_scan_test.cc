@@ -38,13 +38,23 @@ TEST_F(PreConfigScanTest, IncludeFileNamesExistingInstancesOnce) {
   Write("VSQMMA_INST2.ini", "");
   Write("VSQMMA_INST3.ini", "");
   const std::string last = Add("INST2");
+  Write("OTHER.ini", "");
   Write("vsqinc.ini", "[Include]\n" + Add("INST1") + Add("GONE") + "  " + Add("INST3") +
                           Add("INST1") + "Add=\n; comment\n" + std::string(400, 'A') + "\n" +
-                          last.substr(0, last.size() - 1));  // no final newline
+                          "Add=" + Etc() + "\\OTHER.ini\n" + last.substr(0, last.size() - 1));
   std::vector<std::string> names;
-  EXPECT_EQ(list_->GetPreConfigList(ServerKind::kSqlServer, &names), 2);
-  // An indented line does not begin with "A"; a missing file adds nothing.
+  list_->SetConsole(1);
+  const Captured got =
+      Capture([&] { EXPECT_EQ(list_->GetPreConfigList(ServerKind::kSqlServer, &names), 2); });
+  list_->SetConsole(0);
+  // An indented line does not begin with "A"; a missing file adds nothing; a
+  // file without the stem is traced and adds nothing; the last line has no
+  // line end.
   EXPECT_EQ(names, (std::vector<std::string>{"INST1", "INST2"}));
+  EXPECT_NE(
+      got.out.find("csTempName2: " + Etc() + "\\OTHER.ini\nGetPreConfigList: csServerName: \n"),
+      std::string::npos)
+      << got.out;
   EXPECT_EQ(list_->GetPreConfigList(ServerKind::kInformix, &names),
             0);  // kind 4 has no include file
 }

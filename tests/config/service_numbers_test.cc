@@ -6,7 +6,6 @@
 #include "config/config_test_home.h"
 #include "config/db_config_list.h"
 #include "support/capture.h"
-#include "support/memory.h"
 
 namespace config {
 namespace {
@@ -42,6 +41,8 @@ TEST_F(ServiceNumbersTest, ReadFromTheAgentSectionOfTheInstanceFile) {
   Instance("A", "[Identity]\n;[VMAMSSQLAgent3]\n\n[VMAMSSQLAgent7]\nName=VSQAGENT7\n");
   Instance("X", "[VMAMSSQLAgentX]\n");
   Instance("LOWER", "[vmamssqlagent4]\n");
+  // A long line is one line, whatever part of it looks like a section.
+  Instance("LONG", "Text=" + std::string(506, 'x') + "[VMAMSSQLAgent8]\n[VMAMSSQLAgent2]\n");
   DbConfig a;
   a.setServerName("A");
   EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), 7);
@@ -49,6 +50,8 @@ TEST_F(ServiceNumbersTest, ReadFromTheAgentSectionOfTheInstanceFile) {
   EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), 0);
   a.setServerName("LOWER");
   EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), -1);
+  a.setServerName("LONG");
+  EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), 2);
   a.setServerName("MISSING");
   EXPECT_EQ(list_->GetServiceNumber(ServerKind::kSqlServer, a), -3);
   EXPECT_EQ(list_->GetServiceNumber(ServerKind{5}, a), -2);
@@ -107,21 +110,6 @@ TEST_F(ServiceNumbersTest, ByConfigTypeTrustsTheRecords) {
   EXPECT_NE(got.out.find("Assigned ServiceNumber[1] : Server [NEW1] \n"), std::string::npos);
   EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(ServerKind::kInformix, 0), 0);
   EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(ServerKind::kNone, 0), -1);
-}
-
-TEST_F(ServiceNumbersTest, AFailedAllocationIsReported) {
-  const UtilAllocator real =
-      util_set_allocator_for_testing([](std::size_t) -> void* { return nullptr; });
-  list_->SetConsole(1);
-  const Captured got = Capture([&] {
-    EXPECT_EQ(list_->GetAvailServiceNumber(ServerKind::kSqlServer), -2);
-    EXPECT_EQ(list_->GetAvailServiceNumberbyConfigType(ServerKind::kSqlServer, 0), -2);
-  });
-  list_->SetConsole(0);
-  util_set_allocator_for_testing(real);
-  EXPECT_NE(got.err.find("sizeof(bool) * VDBServerMaxInstances[db] for 50 bytes"),
-            std::string::npos);
-  EXPECT_NE(got.out.find("\nERROR: unable to alloc bool array'\n"), std::string::npos);
 }
 
 }  // namespace

@@ -88,5 +88,16 @@ TEST(NamedMutex, WaiterAcquiresWhenReleased) {
   mutex->Release();
 }
 
+TEST(NamedMutex, AThreadThatEndsHoldingItLeavesItAbandoned) {
+  std::unique_ptr<NamedMutex> mutex = NamedMutex::Create(UniqueName("abandoned"));
+  ASSERT_TRUE(mutex != nullptr);
+  std::thread([&mutex] { ASSERT_EQ(mutex->Wait(0), NamedMutex::kAcquired); }).join();
+  EXPECT_EQ(mutex->Wait(1000), NamedMutex::kAbandoned);
+  EXPECT_EQ(WaitElsewhere(*mutex, 0), NamedMutex::kTimeout);  // held now
+  mutex->Release();
+  EXPECT_EQ(mutex->Wait(0), NamedMutex::kAcquired);  // told once
+  mutex->Release();
+}
+
 }  // namespace
 }  // namespace platform

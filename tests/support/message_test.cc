@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <regex>
 #include <string>
+#include <thread>
 
+#include "platform/named_mutex.h"
 #include "platform/system.h"
 #include "support/capture.h"
 #include "support/message.h"
@@ -40,6 +44,9 @@ TEST_F(MessageTest, HeadersByTypeLetter) {
       {"iu", "utm5400I vdbutil(2094) " + t + "text\n", ""},
       {"i-", "", ""},
       {"il", "", "UTM5400I VDBUTIL(2094) " + t + "text\n"},
+      // Later modifiers win.
+      {"iPp", "UTM5400I VDBUTIL(2094) " + t + "text\n", ""},
+      {"eLl", "", "UTM5400E VDBUTIL(2094) " + t + "text\n"},
   };
   for (const auto& c : cases) {
     const Captured got = Capture([&] {
@@ -103,6 +110,23 @@ TEST_F(MessageTest, TextsIdsPrefixAndPrebuiltMessages) {
   // A pre-built message carries its id and letter in its first nine characters.
   EXPECT_EQ(Capture([] { msg_write_simple('x', "cat1995", "CAT1995E - Can't open"); }).err,
             "CAT1995CAT1995E " + t + "- Can't open\n");
+}
+
+// A message that finds the lock abandoned by a thread that ended holding it
+// is dropped, and the lock is given back for the next one.
+TEST_F(MessageTest, AnAbandonedLockDropsOneMessage) {
+  const std::string t = Thread();
+  EXPECT_EQ(Capture([] { msg_write_simple('i', "id", "x"); }).out, "IDI " + t + "x\n");
+  const char* server = std::getenv("COLL_SERVERID");
+  const char* number = std::getenv("COLL_SERVICENUMBER");
+  const std::string name = std::string("LogMutex_") + (server != nullptr ? server : "(null)") +
+                           "_" + (number != nullptr ? number : "(null)");
+  std::thread([&name] {
+    const std::unique_ptr<platform::NamedMutex> lock = platform::NamedMutex::Create(name);
+    ASSERT_EQ(lock->Wait(0), platform::NamedMutex::kAcquired);
+  }).join();
+  EXPECT_EQ(Capture([] { msg_write_simple('i', "id", "dropped"); }).out, "");
+  EXPECT_EQ(Capture([] { msg_write_simple('i', "id", "x"); }).out, "IDI " + t + "x\n");
 }
 
 }  // namespace

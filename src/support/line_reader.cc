@@ -1,10 +1,10 @@
-#include "generate/line_reader.h"
+#include "support/line_reader.h"
 
 #include <cstring>
 
-namespace generate {
+namespace support {
 
-bool ReadLine(std::FILE* file, std::string* line) {
+bool ReadLineWithEnd(std::FILE* file, std::string* line) {
   line->clear();
   char chunk[1024];
   bool any = false;
@@ -14,10 +14,14 @@ bool ReadLine(std::FILE* file, std::string* line) {
     line->append(chunk, length);
     if (length > 0 && chunk[length - 1] == '\n') break;
   }
-  if (!any) return false;
+  return any;
+}
+
+bool ReadLine(std::FILE* file, std::string* line) {
+  if (!ReadLineWithEnd(file, line)) return false;
   if (!line->empty() && line->back() == '\n') line->pop_back();
   if (!line->empty() && line->back() == '\r') line->pop_back();
   return true;
 }
 
-}  // namespace generate
+}  // namespace support
