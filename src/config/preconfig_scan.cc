@@ -34,7 +34,18 @@ struct CarriedNumbers {
   int startup_rows = 0, startup_time = 0, max_rows = 0;
 };
 
+// The value's name upper-cased once, so that each setting's name is an exact
+// compare: the scan looks every value of every instance up in these tables.
+std::string UpperName(const std::string& name) {
+  std::string upper = name;
+  for (char& c : upper) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - ('a' - 'A'));
+  }
+  return upper;
+}
+
 bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* numbers) {
+  const std::string name = UpperName(value.name);
   const struct {
     const char* name;
     std::string* target;
@@ -53,7 +64,7 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
                {"COLL_INCLUDE_DBNAMES", &text->include_names},
                {"COLL_PORT", &text->port}};
   for (const auto& entry : texts) {
-    if (str_icmp(value.name.c_str(), entry.name) == 0) {
+    if (name == entry.name) {
       *entry.target = value.data;
       return true;
     }
@@ -71,7 +82,7 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
                   {"COLL_ERRORLOG_STARTUP_MAX_TIME", &numbers->startup_time},
                   {"COLL_ERRORLOG_MAX_EVENT_ROW", &numbers->max_rows}};
   for (const auto& entry : decimals) {
-    if (str_icmp(value.name.c_str(), entry.name) != 0) continue;
+    if (name != entry.name) continue;
     if (entry.target == &text->service_number) {
       // The leading digits, as the agent reads its own registration.
       *entry.target = std::atoi(value.data.c_str());
