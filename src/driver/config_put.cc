@@ -175,7 +175,7 @@ class Put {
   ExitStatus RunTool();
 
   // The record's name, for the traces.
-  const char* ServerName() const { return record_->getServerName().c_str(); }
+  std::string ServerName() const { return record_->getServerName(); }
 
   const std::string& instance_name_;
   const std::string own_name_;  // the stream's name for the instance, for the version
@@ -329,7 +329,7 @@ ExitStatus Put::StoreSettings() {
   const std::string cluster =
       server != nullptr ? server->getClusterName() : (computer != nullptr ? computer : "");
   RAS1_Printf(RAS1_DETAIL, kFunction, "Cluster server = '%s' for server '%s'", cluster.c_str(),
-              ServerName());
+              ServerName().c_str());
   record_->setClusterServer(cluster);
   return ExitStatus::kDone;
 }
@@ -358,11 +358,11 @@ ExitStatus Put::StoreKindSettings() {
 ExitStatus Put::TakeServiceNumber() {
   if (existing_ == nullptr) {
     RAS1_Printf(RAS1_DETAIL, kFunction, "Allocating new service number for server '%s'",
-                ServerName());
+                ServerName().c_str());
     service_number_ = configured_->GetAvailServiceNumber(kind_);
   } else {
     RAS1_Printf(RAS1_DETAIL, kFunction, "Obtaining existing service number for server '%s'",
-                ServerName());
+                ServerName().c_str());
     service_number_ = configured_->GetServiceNumber(kind_, *record_);
   }
   if (service_number_ < 0) {
@@ -391,10 +391,11 @@ ExitStatus Put::ReplaceRecord() {
   auto copy = std::make_unique<config::DbConfig>(*record_);
   if (existing_ == nullptr) {
     RAS1_Printf(RAS1_DETAIL, kFunction, "Adding new db configuration to list for server '%s'",
-                ServerName());
+                ServerName().c_str());
   } else {
     RAS1_Printf(RAS1_DETAIL, kFunction,
-                "Replacing existing db configuration in list for server '%s'", ServerName());
+                "Replacing existing db configuration in list for server '%s'",
+                ServerName().c_str());
     configured_->Delete_Config(existing_, kind_);
     existing_ = record_ = copy.get();
   }
