@@ -108,28 +108,44 @@ void ScanHome(platform::Registry* hive, const std::string& path, uint32_t option
   }
 }
 
+// One line of `file` without its line end, whatever its length; false at the
+// end of the file.
+bool ReadLine(std::FILE* file, std::string* line) {
+  line->clear();
+  for (int c; (c = std::getc(file)) != EOF;) {
+    if (c == '\n') return true;
+    line->push_back(static_cast<char>(c));
+  }
+  return !line->empty();
+}
+
+// The value of an init file's "IFILE" entry: on a line that does not begin
+// with "#", the text after the "=" that follows the (upper-case) name, without
+// quotes and blanks at either end. False for any other line.
+bool IfileEntry(std::string line, std::string* value) {
+  line.erase(line.find_last_not_of(" \t\r") + 1);
+  if (!line.empty() && line[0] == '#') return false;
+  const size_t name = line.find("IFILE");
+  if (name == std::string::npos) return false;
+  const size_t equals = line.find('=', name + 5);
+  if (equals == std::string::npos) return false;
+  const size_t first = line.find_first_not_of(" \t'\"", equals + 1);
+  const size_t last = line.find_last_not_of(" \t'\"");
+  *value = first == std::string::npos ? "" : line.substr(first, last - first + 1);
+  return true;
+}
+
 }  // namespace
 
 std::string resolveInitFile(const std::string& initFile) {
   discoveryTrace("[DEB] filename[%s]\n", initFile.c_str());
   std::string resolved;
+  bool found = false;
   if (const platform::File file = platform::OpenFile(initFile, "r"); file != nullptr) {
-    char line[201];
-    while (resolved.empty() && std::fgets(line, sizeof line, file.get()) != nullptr) {
-      std::string text = line;
-      text.erase(text.find_last_not_of(" \t\r\n") + 1);
-      if (text.empty() || text[0] == '#') continue;
-      const std::string entry = trimmed(text);
-      if (entry.size() < 5 || str_icmp(entry.substr(0, 5).c_str(), "IFILE") != 0) continue;
-      const size_t equals = entry.find('=');
-      if (equals == std::string::npos) continue;
-      std::string value = entry.substr(equals + 1);
-      const size_t first = value.find_first_not_of(" \t'\"");
-      const size_t last = value.find_last_not_of(" \t'\"");
-      resolved = first == std::string::npos ? "" : value.substr(first, last - first + 1);
-    }
+    std::string line;
+    while (!found && ReadLine(file.get(), &line)) found = IfileEntry(line, &resolved);
   }
-  if (resolved.empty()) {
+  if (!found) {
     std::printf("No change in initfile\n");
     return initFile;
   }
@@ -147,6 +163,7 @@ void scanOracleServers(DbServerList* list) {
   int homes = 0;
   if (const auto all = openForValues(hive.get(), "Software\\Oracle\\ALL_HOMES", options)) {
     std::string counter;
+    // Leading digits as atoi reads them: the installer's counter, whatever follows it.
     if (findValue(*all, "HOME_COUNTER", kDataBuffer, &counter)) homes = std::atoi(counter.c_str());
   }
   // Homes past the fourth are all read from HOME3, as the installer numbers them.

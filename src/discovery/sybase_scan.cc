@@ -57,7 +57,8 @@ void scanSybaseServers(DbServerList* list) {
     server->setHome(root);
     server->setVersion(version);
     server->setServiceName("Sybase SQLServer_" + server_name);
-    server->setAddedText1(ArgumentValue(*parameters, "Arg0"));
+    // The first added field has no source among the parameters: it stays empty.
+    server->setAddedText2(ArgumentValue(*parameters, "Arg0"));
     server->setErrorLogName(ArgumentValue(*parameters, "Arg2"));
     std::unique_ptr<DbServer> record = std::move(server);
     list->add(record, ServerKind::kSybase);

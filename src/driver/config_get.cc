@@ -48,26 +48,13 @@ void WriteSettings(const config::DbConfig& record, const std::string& password,
   }
 }
 
-}  // namespace
-
-int doConfigGet(const char* msn) {
-  Ras1Scope trace("doConfigGet");
-  if (msn == nullptr) return 0;
-  std::string instance;
-  if (!getInstanceName(msn, &instance)) {
-    REPORT_ERROR("Invalid format for MSN: %s.", msn);
-    return 2;
-  }
-  if (!isUsableInstanceName(instance)) {
-    REPORT_ERROR("Invalid agent instance name: %s", instance.c_str());
-    return 2;
-  }
-  RAS1_Printf(RAS1_DETAIL, "doConfigGet", "Getting config for instance: %s", instance.c_str());
-  const std::unique_ptr<DbConfigList> configured = getDbConfigList(instance);
+// The instance's record when it is configured and registered; null, after
+// the report, otherwise.
+const config::DbConfig* RegisteredRecord(DbConfigList* configured, const std::string& instance) {
   const support::ServerKind kind = support::GetServerKind();
   // A list that could not be read whole finds nothing: a get never answers
   // from part of the configuration.
-  const bool scanned = configured != nullptr && scanConfiguredInstances(configured.get());
+  const bool scanned = configured != nullptr && scanConfiguredInstances(configured);
   if (scanned) {
     RAS1_Printf(RAS1_DETAIL, "doConfigGet", "Found %d configured servers",
                 configured->GetCount(kind));
@@ -81,37 +68,60 @@ int doConfigGet(const char* msn) {
   }
   if (record == nullptr) {
     REPORT_ERROR("Could not find configuration for server: %s", instance.c_str());
-    return 2;
   }
+  return record;
+}
 
-  // The stream always carries the key-file form of the password, never a
-  // clear one: a key file that cannot be used ends the get without a stream.
+// The stream always carries the key-file form of the password, never a clear
+// one: a key file that cannot be used ends the get without a stream.
+ExitStatus ProtectPassword(const config::DbConfig& record, const std::string& instance,
+                           std::string* password) {
+  if (password->empty() || *password == "NONE") return ExitStatus::kDone;
+  int status = CRY_OK;
+  if (password->find(CRY_MARKER) != std::string::npos) {
+    // Already protected: a missing key file takes nothing from it, a broken
+    // one or one that others may read is reported all the same.
+    status = CRY_CheckKeyFile();
+    if (status == CRY_E_NO_KEY_FILE) status = CRY_OK;
+  } else if (!convertToVDBPassword(password, record.getLoginName().c_str(), instance.c_str())) {
+    status = CRY_CheckKeyFile();
+    if (status == CRY_OK) status = CRY_E_BACKEND;
+  }
+  if (status == CRY_OK) return ExitStatus::kDone;
+  std::string key_file = "(none)";
+  (void)CRY_KeyFilePath(&key_file);
+  REPORT_ERROR("Unable to use the key file %s: %s", key_file.c_str(), CRY_StatusText(status));
+  return ExitStatus::kNotDone;
+}
+
+ExitStatus ConfigGet(const char* msn) {
+  if (msn == nullptr) return ExitStatus::kDone;
+  std::string instance;
+  if (const ExitStatus status = acceptInstanceName(msn, &instance); status != ExitStatus::kDone) {
+    return status;
+  }
+  RAS1_Printf(RAS1_DETAIL, "doConfigGet", "Getting config for instance: %s", instance.c_str());
+  const std::unique_ptr<DbConfigList> configured = getDbConfigList(instance);
+  const config::DbConfig* record = RegisteredRecord(configured.get(), instance);
+  if (record == nullptr) return ExitStatus::kNotConfigured;
   std::string password = record->getPassword();
-  if (!password.empty() && password != "NONE") {
-    int status = CRY_OK;
-    if (password.find(CRY_MARKER) != std::string::npos) {
-      // Already protected: a missing key file takes nothing from it, a broken
-      // one or one that others may read is reported all the same.
-      status = CRY_CheckKeyFile();
-      if (status == CRY_E_NO_KEY_FILE) status = CRY_OK;
-    } else if (!convertToVDBPassword(&password, record->getLoginName().c_str(), instance.c_str())) {
-      status = CRY_CheckKeyFile();
-      if (status == CRY_OK) status = CRY_E_BACKEND;
-    }
-    if (status != CRY_OK) {
-      std::string key_file = "(none)";
-      (void)CRY_KeyFilePath(&key_file);
-      REPORT_ERROR("Unable to use the key file %s: %s", key_file.c_str(), CRY_StatusText(status));
-      return 6;
-    }
+  if (const ExitStatus status = ProtectPassword(*record, instance, &password);
+      status != ExitStatus::kDone) {
+    return status;
   }
-
   VFW::AgentConfig settings;
   WriteSettings(*record, password, settings.createInstance(instance)->addSection("DBSETTINGS"));
   std::string stream;
-  if (!VFW::ConfigWriter(false).writeStream(settings, &stream)) return 6;
+  if (!VFW::ConfigWriter(false).writeStream(settings, &stream)) return ExitStatus::kNotDone;
   std::printf("%s", stream.c_str());
-  return 0;
+  return ExitStatus::kDone;
+}
+
+}  // namespace
+
+int doConfigGet(const char* msn) {
+  Ras1Scope trace("doConfigGet");
+  return StatusNumber(ConfigGet(msn));
 }
 
 }  // namespace driver

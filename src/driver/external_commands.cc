@@ -38,45 +38,46 @@ std::string ProgramName(const std::string& program) {
 
 }  // namespace
 
-int runVinConfg(int commandType, const std::string& instanceName) {
+ExitStatus runVinConfg(ToolCommand command, const std::string& instanceName) {
   Ras1Scope trace("runVinConfg");
   std::string home;
   if (!VFW::Util::getMarloxHomeDir(&home)) {
     REPORT_ERROR_INDENTED("Unabled to run vinconfg to add instance");
-    return 6;
+    return ExitStatus::kToolNotRun;
   }
   std::string option;
-  switch (commandType) {
-    case kVinconfgCreate:
+  switch (command) {
+    case ToolCommand::kCreate:
       option = "-ciVSQ~" + home + "ORVAGT6_x64\\VSQMMA_" + instanceName + ".ini~" + instanceName;
       break;
-    case kVinconfgRemove:
+    case ToolCommand::kRemove:
       option = "-uiVSQ" + instanceName;
       break;
-    case kVinconfgGet:
+    case ToolCommand::kGet:
       option = "-giVSQ" + instanceName;
       break;
-    case kVinconfgPut:
+    case ToolCommand::kPut:
       option = "-piVSQ" + instanceName;
       break;
     default:
-      REPORT_ERROR("Invalid vinconfg command type '%d' passed to runVinConfg", commandType);
-      return 1;
+      REPORT_ERROR("Invalid vinconfg command type '%d' passed to runVinConfg",
+                   static_cast<int>(command));
+      return ExitStatus::kUnknownToolCommand;
   }
   // The program and its one argument are started apart, so that a home with
   // blanks cannot be misread; the line is what the traces show.
-  const Command command{home + "InstallORV\\vinconfg " + option,
-                        home + "InstallORV\\vinconfg" + platform::ExecutableSuffix(),
-                        {option},
-                        kVinconfgTimeLimitMs};
-  RAS1_Printf(RAS1_DETAIL, "runVinConfg", "Issuing command '%s'", command.line.c_str());
+  const Command tool{home + "InstallORV\\vinconfg " + option,
+                     home + "InstallORV\\vinconfg" + platform::ExecutableSuffix(),
+                     {option},
+                     kVinconfgTimeLimitMs};
+  RAS1_Printf(RAS1_DETAIL, "runVinConfg", "Issuing command '%s'", tool.line.c_str());
   int exit_code = 0;
-  if (!runCommand(command, "", &exit_code)) {
+  if (!runCommand(tool, "", &exit_code)) {
     // The same words for every command, as the framework's readers know them.
     REPORT_ERROR_INDENTED("Unabled to run vinconfg to add instance");
-    return 6;
+    return ExitStatus::kToolNotRun;
   }
-  return 0;
+  return ExitStatus::kDone;
 }
 
 bool runCommand(const Command& command, const std::string& input, int* exitCode,

@@ -4,13 +4,9 @@
 #include <string>
 #include <vector>
 
-namespace driver {
+#include "driver/exit_status.h"
 
-// Commands of the instance-creation tool.
-inline constexpr int kVinconfgCreate = 1;  // "-ciVSQ~<ini file>~<instance>"
-inline constexpr int kVinconfgRemove = 2;  // "-uiVSQ<instance>"
-inline constexpr int kVinconfgGet = 3;     // "-giVSQ<instance>"
-inline constexpr int kVinconfgPut = 4;     // "-piVSQ<instance>"
+namespace driver {
 
 // A command to run: its full command line, for traces and reports, and the
 // program with its arguments as they are started.
@@ -26,10 +22,10 @@ struct Command {
 // hold the agent directory's lock for ever.
 inline constexpr unsigned kVinconfgTimeLimitMs = 300000;
 
-// Runs the tool with one command for `instanceName`: 0 when it ran to its end
-// (whatever its own exit code), 6 when it could not be run or waited for or
-// was killed, 1 for an unknown command.
-[[nodiscard]] int runVinConfg(int commandType, const std::string& instanceName);
+// Runs the tool with one command for `instanceName`: done when it ran to its
+// end (whatever its own exit code), kToolNotRun when it could not be run or
+// waited for or was killed, kUnknownToolCommand for a command it does not know.
+[[nodiscard]] ExitStatus runVinConfg(ToolCommand command, const std::string& instanceName);
 
 // Runs `command` with `input` on its standard input, waits for it and hands
 // back its exit code and output; output without a string to take it passes

@@ -35,15 +35,31 @@ bool isUsableInstanceName(const std::string& name) {
   return true;
 }
 
+namespace {
+
+// Reports an MSN that gives no instance name.
+ExitStatus NotAccepted(const char* msn) {
+  REPORT_ERROR("Invalid format for MSN: %s.", msn != nullptr ? msn : "(null)");
+  return ExitStatus::kNameNotAccepted;
+}
+
+}  // namespace
+
+ExitStatus acceptInstanceName(const char* msn, std::string* instanceName) {
+  if (!getInstanceName(msn, instanceName)) return NotAccepted(msn);
+  if (!isUsableInstanceName(*instanceName)) {
+    REPORT_ERROR("Invalid agent instance name: %s", instanceName->c_str());
+    return ExitStatus::kNameNotAccepted;
+  }
+  return ExitStatus::kDone;
+}
+
 int doGetInstance(const char* msn) {
   Ras1Scope trace("doGetInstance");
   std::string instance;
-  if (!getInstanceName(msn, &instance)) {
-    REPORT_ERROR("Invalid format for MSN: %s.", msn != nullptr ? msn : "(null)");
-    return 2;
-  }
+  if (!getInstanceName(msn, &instance)) return StatusNumber(NotAccepted(msn));
   std::printf("%s\n", instance.c_str());
-  return 0;
+  return StatusNumber(ExitStatus::kDone);
 }
 
 }  // namespace driver

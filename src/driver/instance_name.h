@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "driver/exit_status.h"
+
 namespace driver {
 
 // Derives the agent instance name from an MSN such as "inst1:host:X": the text
@@ -15,6 +17,10 @@ namespace driver {
 // \ / : * ? " < > | or a control character, with a blank at either end, of
 // 128 bytes or more, and the names "." and "..".
 [[nodiscard]] bool isUsableInstanceName(const std::string& name);
+
+// The instance name of the MSN when both are accepted; otherwise reports the
+// one that is not and answers kNameNotAccepted.
+[[nodiscard]] ExitStatus acceptInstanceName(const char* msn, std::string* instanceName);
 
 // The -i operation: prints the instance name and a newline; 0, or 2 when the
 // MSN is not accepted.

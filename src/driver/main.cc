@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "driver/exit_status.h"
 #include "driver/instance_name.h"
 #include "driver/operations.h"
 #include "driver/usage.h"
@@ -33,13 +34,13 @@ int main(int argc, char** argv) {
 
   if ((argc != 2 && argc != 3) || std::strlen(argv[1]) != 2) {
     driver::usage();
-    RAS1_Event("main", RAS1_EV_EXIT, 1);
-    return 1;
+    RAS1_Event("main", RAS1_EV_EXIT, driver::StatusNumber(driver::ExitStatus::kUsage));
+    return driver::StatusNumber(driver::ExitStatus::kUsage);
   }
   support::SetServerKind(ServerKindOf(kProductCode));
   const char* msn = argc == 3 && argv[2][0] != '\0' ? argv[2] : nullptr;
 
-  int status = 0;
+  int status = driver::StatusNumber(driver::ExitStatus::kDone);
   switch (const char operation = argv[1][1]) {
     case 'g':
       status = driver::doConfigGet(msn);

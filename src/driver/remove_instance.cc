@@ -23,15 +23,15 @@ constexpr const char* kFunction = "doRemoveInstance";
 // Takes the instance out of the include file, then deletes its .ini and .bat
 // files, all or nothing: when a step fails, those before it are undone, so
 // that the instance stays listed, with its files, and can be got, put and
-// removed again. `configured` no longer holds the instance. 0, or 6 after the
-// report of what failed.
-int RemoveInstanceFiles(DbConfigList& configured, support::ServerKind kind,
-                        const std::string& instance) {
+// removed again. `configured` no longer holds the instance. Done, or kNotDone
+// after the report of what failed.
+ExitStatus RemoveInstanceFiles(DbConfigList& configured, support::ServerKind kind,
+                               const std::string& instance) {
   const support::KindNames* names = support::NamesOf(kind);
   if (names == nullptr || !names->scanned) {
     REPORT_ERROR("Unable to remove the files of an instance of server kind %d",
                  support::KindNumber(kind));
-    return 6;
+    return ExitStatus::kNotDone;
   }
   const std::string etc = configured.GetEtcDir(config::PathForm::kResolved) + "\\";
   const std::string include = etc + names->include_file;
@@ -42,7 +42,7 @@ int RemoveInstanceFiles(DbConfigList& configured, support::ServerKind kind,
     const std::string& path = i == 0 ? include : files[i - 1];
     if (const int status = before[i].Take(path); status != 0) {
       REPORT_ERROR("Unable to read '%s': %s", path.c_str(), std::strerror(status));
-      return 6;
+      return ExitStatus::kNotDone;
     }
   }
   const auto undo = [&](int done) {
@@ -51,13 +51,13 @@ int RemoveInstanceFiles(DbConfigList& configured, support::ServerKind kind,
         RAS1_Printf(RAS1_ERROR, kFunction, "A file could not be put back as it was");
       }
     }
-    return 6;
+    return ExitStatus::kNotDone;
   };
 
   RAS1_Printf(RAS1_DETAIL, kFunction, "Regenerating the entire agent KxxINC.INI file");
   if (generate::Generate_IniIncFile(configured, kind) != 0) {
     REPORT_ERROR("Unable to generate KxxINC.INI file");
-    return 6;
+    return ExitStatus::kNotDone;
   }
   RAS1_Printf(RAS1_DETAIL, kFunction, "Removing agent instance .ini and .bat files");
   for (int i = 0; i < 2; ++i) {
@@ -66,60 +66,61 @@ int RemoveInstanceFiles(DbConfigList& configured, support::ServerKind kind,
       return undo(i + 1);
     }
   }
-  return 0;
+  return ExitStatus::kDone;
 }
 
-}  // namespace
-
-int doRemoveInstance(const char* msn) {
-  Ras1Scope trace(kFunction);
+ExitStatus RemoveInstance(const char* msn) {
   std::string instance;
-  if (!getInstanceName(msn, &instance)) {
-    REPORT_ERROR("Invalid format for MSN: %s.", msn != nullptr ? msn : "(null)");
-    return 2;
-  }
-  if (!isUsableInstanceName(instance)) {
-    REPORT_ERROR("Invalid agent instance name: %s", instance.c_str());
-    return 2;
+  if (const ExitStatus status = acceptInstanceName(msn, &instance); status != ExitStatus::kDone) {
+    return status;
   }
   RAS1_Printf(RAS1_DETAIL, kFunction, "Removing instance: %s", instance.c_str());
   // Held to the end of the run, the tool's run included; taken before the run
   // writes anything, its log included.
   AgentDirectoryLock lock;
-  if (lock.Acquire() == AgentDirectoryLock::kUnavailable) return 3;
+  if (lock.Acquire() == AgentDirectoryLock::kUnavailable) return ExitStatus::kRemoveNotStarted;
   std::unique_ptr<DbServerList> discovered = getDbServerList();
   if (discovered == nullptr) {
     REPORT_ERROR_INDENTED("ERROR: NULL DbServerList returned");
-    return 3;
+    return ExitStatus::kRemoveNotStarted;
   }
   std::unique_ptr<DbConfigList> configured = getDbConfigList(instance);
-  const auto status = [&](int result) {
+  // The lists go in this order on every way out.
+  const auto status = [&](ExitStatus result) {
     discovered.reset();
     configured.reset();
     return result;
   };
   if (configured == nullptr) {
     REPORT_ERROR_INDENTED("ERROR: NULL DbConfigList returned");
-    return status(3);
+    return status(ExitStatus::kRemoveNotStarted);
   }
-  if (!scanConfiguredInstances(configured.get())) return status(3);
+  if (!scanConfiguredInstances(configured.get())) return status(ExitStatus::kRemoveNotStarted);
   const support::ServerKind kind = support::GetServerKind();
   RAS1_Printf(RAS1_DETAIL, kFunction, "Found %d configured servers", configured->GetCount(kind));
   const config::DbConfig* record = configured->FindByName(instance, kind);
   if (record == nullptr) {
     REPORT_ERROR("Could not find configuration for server: %s", instance.c_str());
-    return status(2);
+    return status(ExitStatus::kNotConfigured);
   }
   configured->Delete_Config(record, kind);
 
   // The files go first: they can be put back when a step fails, the
   // registration cannot. A failed unregistration leaves the files gone.
-  if (const int result = RemoveInstanceFiles(*configured, kind, instance); result != 0) {
+  if (const ExitStatus result = RemoveInstanceFiles(*configured, kind, instance);
+      result != ExitStatus::kDone) {
     return status(result);
   }
   RAS1_Printf(RAS1_DETAIL, kFunction, "Removing agent instance '%s' from registry",
               instance.c_str());
-  return status(runVinConfg(kVinconfgRemove, instance));
+  return status(runVinConfg(ToolCommand::kRemove, instance));
+}
+
+}  // namespace
+
+int doRemoveInstance(const char* msn) {
+  Ras1Scope trace(kFunction);
+  return StatusNumber(RemoveInstance(msn));
 }
 
 }  // namespace driver

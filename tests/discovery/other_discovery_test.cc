@@ -91,11 +91,24 @@ TEST_F(OtherDiscoveryTest, OracleNumberedHomesAndTheirReleases) {
 }
 
 TEST_F(OtherDiscoveryTest, InitFileResolution) {
-  const std::string target = (dir_ / "real.ora").string();
-  EXPECT_EQ(resolveInitFile(File("a.ora", "IFILE='" + target + "'\n")), target);
-  const std::string none = File("b.ora", "db_name=x");
-  EXPECT_EQ(Capture([&] { EXPECT_EQ(resolveInitFile(none), none); }).out,
-            "No change in initfile\n");
+  const std::string target = (dir_ / std::string(300, 'r')).string() + ".ora";
+  // The text of an init file, and whether its IFILE entry names the target.
+  const struct {
+    std::string text;
+    bool resolves;
+  } kCases[] = {
+      {"IFILE='" + target + "'\n", true},
+      {"db_name=x\n\t IFILE = \"" + target + "\" \t\r\n", true},  // longer than any buffer
+      {"db_name=x", false},
+      {"ifile='" + target + "'\n", false},  // the name is upper-case
+      {"#IFILE='" + target + "'\n", false},
+  };
+  for (const auto& c : kCases) {
+    const std::string file = File("init.ora", c.text);
+    const Captured printed =
+        Capture([&] { EXPECT_EQ(resolveInitFile(file), c.resolves ? target : file) << c.text; });
+    EXPECT_EQ(printed.out, c.resolves ? "" : "No change in initfile\n") << c.text;
+  }
   const std::string missing = (dir_ / "missing.ora").string();
   EXPECT_EQ(Capture([&] { EXPECT_EQ(resolveInitFile(missing), missing); }).out,
             "No change in initfile\n");
@@ -120,7 +133,8 @@ TEST_F(OtherDiscoveryTest, SybaseServersOfTypeSqlServer) {
   EXPECT_EQ(server->getServiceName(), "Sybase SQLServer_SYB1");
   EXPECT_EQ(server->getHome(), "C:\\sybase");
   EXPECT_EQ(server->getVersion(), "12.5");
-  EXPECT_EQ(server->getAddedText1(), "C:\\sybase\\data\\master.dat");
+  EXPECT_EQ(server->getAddedText1(), "");
+  EXPECT_EQ(server->getAddedText2(), "C:\\sybase\\data\\master.dat");
   EXPECT_EQ(server->getErrorLogName(), "C:\\sybase\\install\\SYB1.log");
 }
 

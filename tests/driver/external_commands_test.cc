@@ -45,13 +45,15 @@ TEST(RunCommandTest, OutputIsCollectedOrPassedThrough) {
 
 TEST(RunVinConfgTest, UnknownCommandsAndMissingToolsAreReported) {
   ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", "no_such_home_dir"));
-  Captured got = Capture([] { EXPECT_EQ(runVinConfg(5, "inst1"), 1); });
+  Captured got = Capture([] {
+    EXPECT_EQ(runVinConfg(static_cast<ToolCommand>(5), "inst1"), ExitStatus::kUnknownToolCommand);
+  });
   EXPECT_TRUE(std::regex_match(
       got.err,
       std::regex(
           "Error line\\(\\d+\\): Invalid vinconfg command type '5' passed to runVinConfg\n")));
 
-  got = Capture([] { EXPECT_EQ(runVinConfg(kVinconfgRemove, ""), 6); });
+  got = Capture([] { EXPECT_EQ(runVinConfg(ToolCommand::kRemove, ""), ExitStatus::kToolNotRun); });
   EXPECT_TRUE(std::regex_match(
       got.err, std::regex("Error line\\(\\d+\\): Error running command: "
                           "no_such_home_dir.InstallORV\\\\vinconfg -uiVSQ\n"
@@ -59,7 +61,10 @@ TEST(RunVinConfgTest, UnknownCommandsAndMissingToolsAreReported) {
       << got.err;
 
   ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
-  EXPECT_EQ(Capture([] { EXPECT_EQ(runVinConfg(kVinconfgCreate, "inst1"), 6); }).out, "");
+  EXPECT_EQ(Capture([] {
+              EXPECT_EQ(runVinConfg(ToolCommand::kCreate, "inst1"), ExitStatus::kToolNotRun);
+            }).out,
+            "");
 }
 
 }  // namespace

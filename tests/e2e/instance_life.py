@@ -194,8 +194,9 @@ def live(life):
         db_tbld_daily="1", db_tbld_weekly="2", db_tbld_monthly="3",
         db_tbld_coll_stime_hour="4", db_tbld_coll_stime_minute="5"))
 
-    # The get's own stream, with two settings changed, is a valid put.
-    changed = first.replace("db_tbld_daily=1", "db_tbld_daily=0").replace(
+    # The get's own stream, with two settings changed, is a valid put; a number
+    # with a letter after it is no number, and stored as 0.
+    changed = first.replace("db_tbld_daily=1", "db_tbld_daily=1st").replace(
         "db_include=payroll", "db_include=ledger")
     life.step("put INST1 again with the get's stream changed", ["-p", msn1], 0, stdin=changed)
     password = re.search(r"db_password=(.*)\n", first)
