@@ -7,6 +7,7 @@
 #include "framework/product_dirs.h"
 #include "framework/trace.h"
 #include "platform/process.h"
+#include "support/server_kind.h"
 
 namespace driver {
 
@@ -45,19 +46,24 @@ ExitStatus runVinConfg(ToolCommand command, const std::string& instanceName) {
     REPORT_ERROR_INDENTED("Unabled to run vinconfg to add instance");
     return ExitStatus::kToolNotRun;
   }
+  // The tool registers agents of this utility's own product, whatever kind the
+  // library is serving.
+  const support::KindNames& agent = *support::NamesOf(support::ServerKind::kSqlServer);
+  const std::string product = agent.product;
   std::string option;
   switch (command) {
     case ToolCommand::kCreate:
-      option = "-ciVSQ~" + home + "ORVAGT6_x64\\VSQMMA_" + instanceName + ".ini~" + instanceName;
+      option = "-ci" + product + "~" + home + "ORVAGT6_x64\\" + agent.ini_stem + instanceName +
+               ".ini~" + instanceName;
       break;
     case ToolCommand::kRemove:
-      option = "-uiVSQ" + instanceName;
+      option = "-ui" + product + instanceName;
       break;
     case ToolCommand::kGet:
-      option = "-giVSQ" + instanceName;
+      option = "-gi" + product + instanceName;
       break;
     case ToolCommand::kPut:
-      option = "-piVSQ" + instanceName;
+      option = "-pi" + product + instanceName;
       break;
     default:
       REPORT_ERROR("Invalid vinconfg command type '%d' passed to runVinConfg",
