@@ -18,6 +18,8 @@ void SleepMilliseconds(uint32_t milliseconds);
 
 // Sets NAME to VALUE for this process and the children it starts.
 [[nodiscard]] bool SetEnvironment(const std::string& name, const std::string& value);
+// Removes NAME from this process's environment.
+void UnsetEnvironment(const std::string& name);
 
 struct OsVersion {
   unsigned major = 0;

@@ -52,6 +52,8 @@ bool SetEnvironment(const std::string& name, const std::string& value) {
   return setenv(name.c_str(), value.c_str(), 1) == 0;
 }
 
+void UnsetEnvironment(const std::string& name) { unsetenv(name.c_str()); }
+
 // The kernel release ("6.1.0-18-amd64") gives major and minor.
 OsVersion GetOsVersion() {
   OsVersion version;

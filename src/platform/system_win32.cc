@@ -40,6 +40,10 @@ bool SetEnvironment(const std::string& name, const std::string& value) {
   return _putenv_s(name.c_str(), value.c_str()) == 0;
 }
 
+// An empty value removes the variable from the C runtime's copy and the
+// process's own block.
+void UnsetEnvironment(const std::string& name) { (void)_putenv_s(name.c_str(), ""); }
+
 OsVersion GetOsVersion() {
   OsVersion version;
   OSVERSIONINFOA info = {};

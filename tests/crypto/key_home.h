@@ -11,7 +11,7 @@
 #include "crypto/key_file_cipher.h"
 #include "platform/files.h"
 #include "platform/private_file.h"
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 #include "platform/system.h"
 
 namespace sqxa_test {

@@ -10,7 +10,7 @@
 #include <memory>
 #include <thread>
 
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 
 namespace platform {
 namespace {

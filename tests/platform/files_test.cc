@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 
 namespace platform {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/files.h"
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 #include "platform/system.h"
 
 namespace platform {

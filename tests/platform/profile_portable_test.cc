@@ -8,7 +8,7 @@
 
 #include "platform/files.h"
 #include "platform/profile.h"
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 
 namespace platform {
 namespace {

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "platform/files.h"
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 
 namespace platform {
 namespace {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "platform/registry.h"
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "platform/registry.h"
 #include "platform/registry_fixture.h"
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 
 namespace sqxa_test {
 

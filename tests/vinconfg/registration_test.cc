@@ -11,7 +11,7 @@
 
 #include "platform/files.h"
 #include "platform/registry.h"
-#include "platform/scratch_dir.h"
+#include "common/scratch_dir.h"
 #include "platform/system.h"
 
 namespace {
