@@ -1,6 +1,7 @@
 #include "discovery/db_server.h"
 
 #include "platform/files.h"
+#include "support/line_reader.h"
 #include "support/strings.h"
 
 namespace discovery {
@@ -32,9 +33,8 @@ void DbServerOra::readDetails() {
   // "name = value" lines of the init file; the last of each name counts.
   const platform::File file = platform::OpenFile(init_file_name_, "r");
   if (file == nullptr) return;
-  char buffer[512];
-  while (std::fgets(buffer, sizeof buffer, file.get()) != nullptr) {
-    const std::string line = buffer;
+  std::string line;
+  while (support::ReadLine(file.get(), &line)) {
     const size_t equals = line.find('=');
     if (line.empty() || line[0] == '#' || equals == std::string::npos) continue;
     std::string name = line.substr(0, equals);

@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "platform/text_format.h"
 #include "support/strings.h"
 
 namespace discovery {
@@ -70,12 +71,11 @@ void DbServerList::print(ServerKind kind) const {
 
 void discoveryTrace(const char* format, ...) {
   if (!g_verbose) return;
-  char buffer[1024];
   std::va_list args;
   va_start(args, format);
-  std::vsnprintf(buffer, sizeof buffer, format, args);
+  const std::string text = platform::vformat(format, args);
   va_end(args);
-  std::printf("%s\n", buffer);
+  std::printf("%s\n", text.c_str());
 }
 
 void setDiscoveryVerbose(bool on) { g_verbose = on; }

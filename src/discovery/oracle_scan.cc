@@ -10,6 +10,7 @@
 #include "platform/files.h"
 #include "platform/registry.h"
 #include "platform/system.h"
+#include "support/line_reader.h"
 #include "support/server_kind.h"
 #include "support/strings.h"
 
@@ -108,17 +109,6 @@ void ScanHome(platform::Registry* hive, const std::string& path, uint32_t option
   }
 }
 
-// One line of `file` without its line end, whatever its length; false at the
-// end of the file.
-bool ReadLine(std::FILE* file, std::string* line) {
-  line->clear();
-  for (int c; (c = std::getc(file)) != EOF;) {
-    if (c == '\n') return true;
-    line->push_back(static_cast<char>(c));
-  }
-  return !line->empty();
-}
-
 // The value of an init file's "IFILE" entry: on a line that does not begin
 // with "#", the text after the "=" that follows the (upper-case) name, without
 // quotes and blanks at either end. False for any other line.
@@ -143,7 +133,7 @@ std::string resolveInitFile(const std::string& initFile) {
   bool found = false;
   if (const platform::File file = platform::OpenFile(initFile, "r"); file != nullptr) {
     std::string line;
-    while (!found && ReadLine(file.get(), &line)) found = IfileEntry(line, &resolved);
+    while (!found && support::ReadLine(file.get(), &line)) found = IfileEntry(line, &resolved);
   }
   if (!found) {
     std::printf("No change in initfile\n");
