@@ -94,12 +94,14 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
   return false;
 }
 
-// Takes what the registration "<key_stem>\Environment" holds.
-void ReadRegistration(DbConfigList& list, platform::Registry* hive, const std::string& key_stem,
+// Takes what the registration "<key_stem>\Environment" holds; whether there
+// is one.
+bool ReadRegistration(DbConfigList& list, platform::Registry* hive, const std::string& key_stem,
                       ScannedValues* text, CarriedNumbers* numbers) {
   const std::string key_path = key_stem + "\\Environment";
   list.Output(Channel::kLog, "ScanPreConfig: registry string: %s\n", key_path.c_str());
-  if (const auto key = discovery::openForValues(hive, key_path, 0); key == nullptr) {
+  const auto key = discovery::openForValues(hive, key_path, 0);
+  if (key == nullptr) {
     list.Output(Channel::kLog, "ScanPreConfig: accessing registry key '%s' failed\n",
                 key_path.c_str());
   } else {
@@ -122,6 +124,7 @@ void ReadRegistration(DbConfigList& list, platform::Registry* hive, const std::s
       }
     }
   }
+  return key != nullptr;
 }
 
 // Reads the registration of one listed instance into `text`; whether it has
@@ -132,13 +135,15 @@ bool ReadInstance(DbConfigList& list, platform::Registry* hive, ServerKind kind,
                   const std::string& name, const std::string& file_name, ScannedValues* text,
                   CarriedNumbers* numbers) {
   const std::string stem = support::NamesOf(kind)->registry_stem;
-  ReadRegistration(list, hive, stem + name, text, numbers);
+  bool registered = ReadRegistration(list, hive, stem + name, text, numbers);
   // A directory with a "." before the stem names the instance wrongly; its
-  // registration is then found under the name its file carries.
-  if (text->server_id.empty() && !file_name.empty() && file_name != name) {
-    ReadRegistration(list, hive, stem + file_name, text, numbers);
+  // registration is then found under the name its file carries. (The default
+  // instance is registered with an empty name: its key tells, not the name.)
+  if ((!registered || text->server_id.empty()) && !file_name.empty() && file_name != name) {
+    registered = ReadRegistration(list, hive, stem + file_name, text, numbers) || registered;
   }
-  const bool registered = !text->server_id.empty();
+  // A registration without a name is the default instance's alone.
+  registered = registered && (!text->server_id.empty() || file_name.empty());
   if (!registered && !file_name.empty()) {
     list.Output(Channel::kLog,
                 "ScanPreConfig: no registered name; naming the server '%s' after its file\n",
