@@ -9,8 +9,9 @@
 #include <string>
 #include <utility>
 
-#include "platform/files.h"
+#include "common/line_ends.h"
 #include "common/scratch_dir.h"
+#include "platform/files.h"
 
 namespace platform {
 namespace {
@@ -50,15 +51,7 @@ class ProfileTest : public ::testing::Test {
   }
 
   // The file's text with CR LF read as LF: the Windows writer always writes CR LF.
-  std::string FileLines(const std::string& path) {
-    std::string text = FileText(path);
-    std::string lines;
-    for (size_t i = 0; i < text.size(); ++i) {
-      if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-      lines.push_back(text[i]);
-    }
-    return lines;
-  }
+  std::string FileLines(const std::string& path) { return sqxa_test::WithLf(FileText(path)); }
 
   ScratchDir dir_;
   int files_ = 0;
