@@ -66,7 +66,7 @@ TEST_F(KeyFileAclTest, CreatedKeyFilesAreOpenToNobodyElse) {
   ASSERT_EQ(status, CRY_OK);
   ExpectPrivate(KeyFile());
 
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", home_.File("named.key")));
+  sqxa_test::ScopedEnv named("MARLOX_KEYFILE", home_.File("named.key"));
   (void)sqxa_test::Encrypt("x", &status);
   ASSERT_EQ(status, CRY_OK);
   ExpectPrivate(home_.File("named.key"));

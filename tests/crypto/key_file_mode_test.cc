@@ -34,7 +34,7 @@ TEST_F(KeyFileModeTest, CreatedKeyFilesAreOwnerOnly) {
   ASSERT_EQ(status, CRY_OK);
   EXPECT_EQ(Mode(KeyFile()), 0600u);
 
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", home_.File("named.key")));
+  sqxa_test::ScopedEnv named("MARLOX_KEYFILE", home_.File("named.key"));
   (void)sqxa_test::Encrypt("x", &status);
   ASSERT_EQ(status, CRY_OK);
   EXPECT_EQ(Mode(home_.File("named.key")), 0600u);

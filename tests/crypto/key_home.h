@@ -8,25 +8,16 @@
 #include <string>
 #include <string_view>
 
+#include "common/scopes.h"
+#include "common/scratch_dir.h"
 #include "crypto/key_file_cipher.h"
 #include "platform/files.h"
 #include "platform/private_file.h"
-#include "common/scratch_dir.h"
-#include "platform/system.h"
 
 namespace sqxa_test {
 
 class KeyHomeTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", home_.path().string()));
-    ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", ""));
-  }
-  void TearDown() override {
-    ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
-    ASSERT_TRUE(platform::SetEnvironment("MARLOX_KEYFILE", ""));
-  }
-
   std::string KeyFile(const std::string& name = "default") const {
     return (home_.path() / "keyfiles" / (name + ".key")).string();
   }
@@ -39,6 +30,8 @@ class KeyHomeTest : public ::testing::Test {
   }
 
   ScratchDir home_;
+  ScopedEnv home_env_{"MARLOX_HOME", home_.path().string()};
+  ScopedEnv key_file_env_{"MARLOX_KEYFILE", std::nullopt};
 };
 
 // CRY_Encrypt and CRY_Decrypt with strings; the status goes to *status.

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "common/scratch_dir.h"
 #include "platform/aes_gcm.h"
 #include "platform/files.h"
 #include "platform/private_file.h"
-#include "common/scratch_dir.h"
 #include "platform/secure_random.h"
 
 namespace {

@@ -1,31 +1,21 @@
+#include "framework/product_dirs.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "framework/product_dirs.h"
+#include "common/scopes.h"
 #include "platform/files.h"
-#include "platform/system.h"
 
 namespace {
 
-class ProductDirsTest : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_TRUE(platform::SetEnvironment("MARLOX_REGISTRY", "")); }
-  void TearDown() override { ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", "")); }
-};
+using sqxa_test::ScopedEnv;
 
-TEST_F(ProductDirsTest, NoHomeMeansNoDirectories) {
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
-  std::string home = "unchanged", config = "unchanged", registry = "unchanged";
-  EXPECT_FALSE(VFW::Util::getMarloxHomeDir(&home));
-  EXPECT_FALSE(VFW::Util::getMarloxConfigDir("SQ", &config));
-  EXPECT_FALSE(VFW::Util::getMarloxRegistryFile(&registry));
-}
-
-TEST_F(ProductDirsTest, HomeEndsInExactlyOneSeparatorAndHoldsTheRegistryFile) {
+TEST(ProductDirsTest, HomeEndsInExactlyOneSeparatorAndHoldsTheRegistryFile) {
+  ScopedEnv no_registry("MARLOX_REGISTRY", std::nullopt);
   const std::string sep(1, platform::PathSeparator());
   for (const std::string& setting : {std::string("prod"), "prod" + sep}) {
-    ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", setting));
+    ScopedEnv home_env("MARLOX_HOME", setting);
     std::string home, config, registry;
     ASSERT_TRUE(VFW::Util::getMarloxHomeDir(&home));
     EXPECT_EQ(home, "prod" + sep);
@@ -33,12 +23,15 @@ TEST_F(ProductDirsTest, HomeEndsInExactlyOneSeparatorAndHoldsTheRegistryFile) {
     EXPECT_EQ(config, "prod" + sep + "ORVAGT6_x64" + sep);
     ASSERT_TRUE(VFW::Util::getMarloxRegistryFile(&registry));
     EXPECT_EQ(registry, "prod" + sep + "registry.reg");
+    ScopedEnv named("MARLOX_REGISTRY", "named.reg");  // comes before the home's
+    ASSERT_TRUE(VFW::Util::getMarloxRegistryFile(&registry));
+    EXPECT_EQ(registry, "named.reg");
   }
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_REGISTRY", "named.reg"));  // before the home's
-  std::string registry;
-  ASSERT_TRUE(VFW::Util::getMarloxRegistryFile(&registry));
-  EXPECT_EQ(registry, "named.reg");
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_REGISTRY", ""));
+  ScopedEnv no_home("MARLOX_HOME", std::nullopt);
+  std::string home = "unchanged", config = "unchanged", registry = "unchanged";
+  EXPECT_FALSE(VFW::Util::getMarloxHomeDir(&home));
+  EXPECT_FALSE(VFW::Util::getMarloxConfigDir("SQ", &config));
+  EXPECT_FALSE(VFW::Util::getMarloxRegistryFile(&registry));
 }
 
 }  // namespace

@@ -1,32 +1,22 @@
+#include "framework/trace.h"
+
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <optional>
 #include <string>
 
 #include "common/line_ends.h"
-#include "framework/trace.h"
+#include "common/scopes.h"
+#include "common/scratch_dir.h"
 #include "platform/files.h"
-#include "platform/system.h"
 
 namespace {
 
 class TraceTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    path_ = (std::filesystem::temp_directory_path() /
-             ("sqxa_trace_" + std::to_string(platform::CurrentProcessId()) + ".trc"))
-                .string();
-    std::filesystem::remove(path_);
-    ASSERT_TRUE(platform::SetEnvironment("SQ_XA_TRACE_FILE", path_));
-  }
-  void TearDown() override {
-    RAS1_Shutdown();
-    ASSERT_TRUE(platform::SetEnvironment("SQ_XA_TRACE", ""));
-    ASSERT_TRUE(platform::SetEnvironment("SQ_XA_TRACE_FILE", ""));
-    std::filesystem::remove(path_);
-  }
+  void TearDown() override { RAS1_Shutdown(); }
   void Start(const char* levels) {
-    ASSERT_TRUE(platform::SetEnvironment("SQ_XA_TRACE", levels));
+    level_.emplace("SQ_XA_TRACE", levels);
     RAS1_Initialize();
   }
   std::string Contents() {
@@ -35,7 +25,10 @@ class TraceTest : public ::testing::Test {
     if (platform::ReadFileContents(path_, &text) != 0) return "<no file>";
     return sqxa_test::WithLf(text);
   }
-  std::string path_;
+  sqxa_test::ScratchDir dir_;
+  std::string path_ = dir_.File("sqxa.trc");
+  sqxa_test::ScopedEnv file_{"SQ_XA_TRACE_FILE", path_};
+  std::optional<sqxa_test::ScopedEnv> level_;
 };
 
 TEST_F(TraceTest, LevelsSelectTheRecords) {
@@ -63,12 +56,12 @@ TEST_F(TraceTest, RecordsCarryTheFunctionAndEndInOneNewline) {
     RAS1_Printf(RAS1_ERROR, "doConfigGet", "Could not find configuration for server: %s\n", "x");
   }
   const std::string text = Contents();
-  EXPECT_NE(text.find(" doConfigGet: Entry\n"), std::string::npos) << text;
-  EXPECT_NE(text.find(" doConfigGet: Getting config for instance: inst1\n"), std::string::npos);
-  EXPECT_NE(text.find(" doConfigGet: Could not find configuration for server: x\n"),
-            std::string::npos);
+  for (const char* record :
+       {" doConfigGet: Entry\n", " doConfigGet: Getting config for instance: inst1\n",
+        " doConfigGet: Could not find configuration for server: x\n", " doConfigGet: Exit\n"}) {
+    EXPECT_NE(text.find(record), std::string::npos) << record << text;
+  }
   EXPECT_EQ(text.find("\n\n"), std::string::npos);
-  EXPECT_NE(text.find(" doConfigGet: Exit\n"), std::string::npos);
 }
 
 TEST_F(TraceTest, LevelsNotInForceWriteNothing) {
@@ -80,10 +73,9 @@ TEST_F(TraceTest, LevelsNotInForceWriteNothing) {
   EXPECT_EQ(text.find("detail"), std::string::npos);
   EXPECT_EQ(text.find("Entry"), std::string::npos);
   EXPECT_NE(text.find(" f: error %n %s data stays data\n"), std::string::npos);
-}
 
-TEST_F(TraceTest, NoneCreatesNoFile) {
-  Start("none");
+  Start("none");  // and then creates no file
+  (void)platform::RemoveFile(path_);
   RAS1_Printf(RAS1_ERROR, "f", "x");
   EXPECT_EQ(Contents(), "<no file>");
 }

@@ -10,6 +10,8 @@
 #include <thread>
 #include <utility>
 
+#include "common/scopes.h"
+#include "common/scratch_dir.h"
 #include "platform/system.h"
 
 namespace platform {
@@ -33,7 +35,15 @@ NamedMutex::WaitResult WaitElsewhere(NamedMutex& mutex, uint32_t timeout_ms) {
       .get();
 }
 
-TEST(NamedMutex, HoldingThreadReentersOthersWait) {
+// Where a mutex is a lock file in the temporary directory, the files of the
+// test go with its scratch directory.
+class NamedMutexTest : public ::testing::Test {
+ protected:
+  sqxa_test::ScratchDir dir_;
+  sqxa_test::ScopedEnv tmpdir_{"TMPDIR", dir_.path().string()};
+};
+
+TEST_F(NamedMutexTest, HoldingThreadReentersOthersWait) {
   std::unique_ptr<NamedMutex> mutex = NamedMutex::Create(UniqueName("reentry"));
   ASSERT_TRUE(mutex != nullptr);
   ASSERT_EQ(mutex->Wait(0), NamedMutex::kAcquired);
@@ -51,7 +61,7 @@ TEST(NamedMutex, HoldingThreadReentersOthersWait) {
   mutex->Release();
 }
 
-TEST(NamedMutex, ObjectsOfOneNameAreOneMutex) {
+TEST_F(NamedMutexTest, ObjectsOfOneNameAreOneMutex) {
   const std::string name = UniqueName("shared: /*?");
   std::unique_ptr<NamedMutex> first = NamedMutex::Create(name);
   std::unique_ptr<NamedMutex> second = NamedMutex::Create(name);
@@ -66,7 +76,7 @@ TEST(NamedMutex, ObjectsOfOneNameAreOneMutex) {
   EXPECT_EQ(WaitElsewhere(*second, 0), NamedMutex::kAcquired);
 }
 
-TEST(NamedMutex, WaiterAcquiresWhenReleased) {
+TEST_F(NamedMutexTest, WaiterAcquiresWhenReleased) {
   std::unique_ptr<NamedMutex> mutex = NamedMutex::Create(UniqueName("handover"));
   ASSERT_TRUE(mutex != nullptr);
   ASSERT_EQ(mutex->Wait(0), NamedMutex::kAcquired);
@@ -88,7 +98,7 @@ TEST(NamedMutex, WaiterAcquiresWhenReleased) {
   mutex->Release();
 }
 
-TEST(NamedMutex, AThreadThatEndsHoldingItLeavesItAbandoned) {
+TEST_F(NamedMutexTest, AThreadThatEndsHoldingItLeavesItAbandoned) {
   std::unique_ptr<NamedMutex> mutex = NamedMutex::Create(UniqueName("abandoned"));
   ASSERT_TRUE(mutex != nullptr);
   std::thread([&mutex] { ASSERT_EQ(mutex->Wait(0), NamedMutex::kAcquired); }).join();

@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/files.h"
+#include "common/scopes.h"
 #include "common/scratch_dir.h"
+#include "platform/files.h"
 #include "platform/system.h"
 
 namespace platform {
@@ -72,7 +73,7 @@ TEST(Process, CollectsFloodsOnBothStreams) {
 }
 
 TEST(Process, PassesStandardInput) {
-  std::string input;
+  std::string input;  // more than a pipe holds
   for (int i = 0; i < 20000; ++i) input += "line " + std::to_string(i) + ";";
   const Result result = RunChild({"echo"}, input);
   ASSERT_TRUE(result.started);
@@ -102,7 +103,7 @@ TEST(Process, ArgumentsArriveIntact) {
 }
 
 TEST(Process, ChildrenInheritTheEnvironmentSet) {
-  ASSERT_TRUE(SetEnvironment("SQXA_PROCESS_TEST", "inherited value"));
+  sqxa_test::ScopedEnv set("SQXA_PROCESS_TEST", "inherited value");
   const Result result = RunChild({"env", "SQXA_PROCESS_TEST"});
   ASSERT_TRUE(result.started);
   EXPECT_EQ(result.out, "inherited value");

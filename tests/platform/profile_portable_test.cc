@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <string>
 
+#include "common/scratch_dir.h"
 #include "platform/files.h"
 #include "platform/profile.h"
-#include "common/scratch_dir.h"
 
 namespace platform {
 namespace {

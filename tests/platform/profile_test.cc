@@ -9,8 +9,9 @@
 #include <string>
 #include <utility>
 
-#include "platform/files.h"
+#include "common/line_ends.h"
 #include "common/scratch_dir.h"
+#include "platform/files.h"
 
 namespace platform {
 namespace {
@@ -50,15 +51,7 @@ class ProfileTest : public ::testing::Test {
   }
 
   // The file's text with CR LF read as LF: the Windows writer always writes CR LF.
-  std::string FileLines(const std::string& path) {
-    std::string text = FileText(path);
-    std::string lines;
-    for (size_t i = 0; i < text.size(); ++i) {
-      if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
-      lines.push_back(text[i]);
-    }
-    return lines;
-  }
+  std::string FileLines(const std::string& path) { return sqxa_test::WithLf(FileText(path)); }
 
   ScratchDir dir_;
   int files_ = 0;
@@ -91,48 +84,60 @@ TEST_F(ProfileTest, ReadsEntriesAsTheFunctionsGiveThem) {
   EXPECT_EQ(Read(kMixed, "Later"), std::make_pair(4u, Z("z=1\0\0#")));
 }
 
-TEST_F(ProfileTest, FindsTheFirstSectionOfTheNameWithoutRegardToCase) {
+// One file, one section asked for, and what the reading gives.
+TEST_F(ProfileTest, ReadsSectionsAsTheFunctionsFindThem) {
+  const struct {
+    const char* why;
+    std::string file, section;
+    uint32_t answer;
+    std::string buffer;
+  } cases[] = {
+      {"names ignore case; text after ] is ignored", "[ Agent ] trailing text\na=1\n", "AGENT", 4,
+       Z("a=1\0\0#")},
+      {"the name asked for is taken as it is", "[Agent]\na=1\n", " Agent", 0, Z("\0\0")},
+      {"only the first section of a name counts", "[S]\na=1\n[T]\nt=1\n[s]\nb=2\n", "S", 4,
+       Z("a=1\0\0#")},
+      {"a header without ] is an entry", "[S]\na=1\n[T\nb=2\n", "S", 11, Z("a=1\0[T\0b=2\0\0#")},
+      {"lines before the first header", "x=1\n[S]\na=1\n", "", 4, Z("x=1\0\0#")},
+      {"only ASCII letters fold", "[\xe9]\na=1\n", "\xc9", 0, Z("\0\0")},
+      {"other letters match as they are", "[\xe9]\na=1\n", "\xe9", 4, Z("a=1\0\0#")},
+      {"no such section", kMixed, "Missing", 0, Z("\0\0")},
+      {"comments only", "[S]\n; only a comment\n\n[T]\na=1\n", "S", 0, Z("\0\0")},
+      {"empty file", "", "S", 0, Z("\0\0")},
+      {"LF", "[S]\na=1\nb=2\n", "S", 8, Z("a=1\0b=2\0\0#")},
+      {"CR LF", "[S]\r\na=1\r\nb=2\r\n", "S", 8, Z("a=1\0b=2\0\0#")},
+      {"CR", "[S]\ra=1\rb=2\r", "S", 8, Z("a=1\0b=2\0\0#")},
+      {"no final line end", "[S]\na=1\nb=2", "S", 8, Z("a=1\0b=2\0\0#")},
+      {"blanks",
+       "\t[S] \r\n\r\n \x0b a \x0c= \x1a"
+       "1\t\r\n\r\n\x1a"
+       "b=2\x1a",
+       "S", 8, Z("a=1\0b=2\0\0#")},
+      {"other bytes are no blanks",
+       "[S]\n\x1c"
+       "a=b\xa0\n",
+       "S", 6,
+       Z("\x1c"
+         "a=b\xa0\0\0#")},
+      // An entry with an empty name is dropped when the one kept before it in
+      // the section also has an empty name.
+      {"entries without name", "[S]\n=a\n = b\nk=1\n=c\n", "S", 10, Z("=a\0k=1\0=c\0\0#")},
+      {"first entry without name", "[S]\n; c\n=a\n", "S", 3, Z("=a\0\0#")},
+      // A zero byte ends the name or value it is in; the line still counts.
+      {"zero in a value", Z("[S]\na=1\0xyz\nb=2"), "S", 8, Z("a=1\0b=2\0\0#")},
+      {"zero at a line start", Z("[S]\n\0a=1\nb=2\n"), "S", 7, Z("=1\0b=2\0\0#")},
+      {"zero in a header", Z("[S\0x]\na=1\n"), "S", 4, Z("a=1\0\0#")},
+      {"high bytes", "[S]\na=\xe9\xff\x80\n", "S", 6, Z("a=\xe9\xff\x80\0\0#")},
+      {"UTF-8 mark", "\xef\xbb\xbf[S]\na=1\n", "S", 4, Z("a=1\0\0#")},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_EQ(Read(c.file, c.section), std::make_pair(c.answer, c.buffer));
+  }
   EXPECT_EQ(Read(kMixed, "aGENT").first, Read(kMixed, "Agent").first);
-  EXPECT_EQ(Read("[ Agent ] trailing text\na=1\n", "AGENT"), std::make_pair(4u, Z("a=1\0\0#")));
-  // The name asked for is taken as it is.
-  EXPECT_EQ(Read("[Agent]\na=1\n", " Agent"), std::make_pair(0u, Z("\0\0")));
-  // A section that appears twice: only the first counts.
-  EXPECT_EQ(Read("[S]\na=1\n[T]\nt=1\n[s]\nb=2\n", "S"), std::make_pair(4u, Z("a=1\0\0#")));
-  // A header without "]" is an entry of the section before it.
-  EXPECT_EQ(Read("[S]\na=1\n[T\nb=2\n", "S"), std::make_pair(11u, Z("a=1\0[T\0b=2\0\0#")));
-  // Lines before the first header form the section without a name.
-  EXPECT_EQ(Read("x=1\n[S]\na=1\n", ""), std::make_pair(4u, Z("x=1\0\0#")));
-  // Only ASCII letters are folded.
-  EXPECT_EQ(Read("[\xe9]\na=1\n", "\xc9"), std::make_pair(0u, Z("\0\0")));
-  EXPECT_EQ(Read("[\xe9]\na=1\n", "\xe9"), std::make_pair(4u, Z("a=1\0\0#")));
-}
-
-TEST_F(ProfileTest, MissingFileSectionOrEntriesGiveNothing) {
   std::string buffer(16, '#');
   EXPECT_EQ(ReadIniSection("S", buffer.data(), 16, dir_.File("missing.ini")), 0u);
   EXPECT_EQ(buffer.substr(0, 3), Z("\0\0#"));
-  EXPECT_EQ(Read(kMixed, "Missing"), std::make_pair(0u, Z("\0\0")));
-  EXPECT_EQ(Read("[S]\n; only a comment\n\n[T]\na=1\n", "S"), std::make_pair(0u, Z("\0\0")));
-  EXPECT_EQ(Read("", "S"), std::make_pair(0u, Z("\0\0")));
-}
-
-TEST_F(ProfileTest, LineEndsAndBlanks) {
-  const std::pair<uint32_t, std::string> expected(8u, Z("a=1\0b=2\0\0#"));
-  EXPECT_EQ(Read("[S]\na=1\nb=2\n", "S"), expected);
-  EXPECT_EQ(Read("[S]\r\na=1\r\nb=2\r\n", "S"), expected);
-  EXPECT_EQ(Read("[S]\ra=1\rb=2\r", "S"), expected);
-  EXPECT_EQ(Read("[S]\na=1\nb=2", "S"), expected);
-  EXPECT_EQ(Read("\t[S] \r\n\r\n \x0b a \x0c= \x1a"
-                 "1\t\r\n\r\n\x1a"
-                 "b=2\x1a",
-                 "S"),
-            expected);
-  // Other bytes are not blanks.
-  EXPECT_EQ(Read("[S]\n\x1c"
-                 "a=b\xa0\n",
-                 "S"),
-            std::make_pair(6u, Z("\x1c"
-                                 "a=b\xa0\0\0#")));
 }
 
 TEST_F(ProfileTest, EntriesThatDoNotFitAreCut) {
@@ -166,22 +171,6 @@ TEST_F(ProfileTest, EntriesThatDoNotFitAreCut) {
   EXPECT_EQ(buffer, "####");
   EXPECT_EQ(ReadIniSection("S", buffer.data(), 1, path), 0u);
   EXPECT_EQ(buffer, Z("\0###"));
-}
-
-TEST_F(ProfileTest, EntriesWithoutName) {
-  // An entry with an empty name is dropped when the one kept before it in the
-  // section also has an empty name.
-  EXPECT_EQ(Read("[S]\n=a\n = b\nk=1\n=c\n", "S"), std::make_pair(10u, Z("=a\0k=1\0=c\0\0#")));
-  EXPECT_EQ(Read("[S]\n; c\n=a\n", "S"), std::make_pair(3u, Z("=a\0\0#")));
-}
-
-TEST_F(ProfileTest, ZeroAndHighBytesInTheFile) {
-  // A zero byte ends the name or value it is in; the line still counts.
-  EXPECT_EQ(Read(Z("[S]\na=1\0xyz\nb=2"), "S"), std::make_pair(8u, Z("a=1\0b=2\0\0#")));
-  EXPECT_EQ(Read(Z("[S]\n\0a=1\nb=2\n"), "S"), std::make_pair(7u, Z("=1\0b=2\0\0#")));
-  EXPECT_EQ(Read(Z("[S\0x]\na=1\n"), "S"), std::make_pair(4u, Z("a=1\0\0#")));
-  EXPECT_EQ(Read("[S]\na=\xe9\xff\x80\n", "S"), std::make_pair(6u, Z("a=\xe9\xff\x80\0\0#")));
-  EXPECT_EQ(Read("\xef\xbb\xbf[S]\na=1\n", "S"), std::make_pair(4u, Z("a=1\0\0#")));
 }
 
 TEST_F(ProfileTest, WritingReplacesTheSection) {

@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/registry.h"
 #include "common/scratch_dir.h"
+#include "platform/registry.h"
 
 namespace {
 
@@ -86,19 +86,17 @@ TEST_F(RegistryFileTest, ChangesToTheFileAreSeen) {
   EXPECT_EQ(Query(kTestKey, "v", &data), kRegFileNotFound);
 }
 
-TEST_F(RegistryFileTest, NoFileIsAnEmptyRegistryNobodyCanWrite) {
+TEST_F(RegistryFileTest, NoFileIsAnEmptyRegistryNobodyCanWriteAndThereIsOneView) {
   UseRegistryFile("");
   auto hive = Connect();
   std::unique_ptr<RegistryKey> key;
   EXPECT_EQ(hive->OpenKey(kTestKey, kKeyRead, &key), kRegFileNotFound);
   EXPECT_EQ(hive->CreateKey(kTestKey, kKeyAllAccess, &key), kRegCannotWrite);
   EXPECT_EQ(hive->DeleteKey(kTestKey, 0), kRegFileNotFound);
-}
 
-TEST_F(RegistryFileTest, OneViewAndNoRemoteMachines) {
+  // One view for both widths, and no remote machines.
   UseRegistry(kHeader + "[HKEY_LOCAL_MACHINE\\Software\\SqXaTest]\r\n");
-  auto hive = Connect();
-  std::unique_ptr<RegistryKey> key;
+  hive = Connect();
   EXPECT_EQ(hive->OpenKey(kTestKey, kKeyRead | kKeyWow64_32Key, &key), kRegSuccess);
   EXPECT_EQ(hive->OpenKey("Software\\Wow6432Node", kKeyRead | kKeyWow64_32Key, &key),
             kRegFileNotFound);

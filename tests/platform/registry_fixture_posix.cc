@@ -5,9 +5,9 @@
 #include <string>
 #include <system_error>
 
+#include "common/scratch_dir.h"
 #include "platform/registry.h"
 #include "platform/registry_fixture.h"
-#include "common/scratch_dir.h"
 
 namespace sqxa_test {
 

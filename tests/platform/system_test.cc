@@ -9,6 +9,8 @@
 #include <string>
 #include <utility>
 
+#include "common/scopes.h"
+
 namespace platform {
 namespace {
 
@@ -20,11 +22,8 @@ TEST(System, ComputerNameIsAShortUpperCaseHostName) {
   for (const char c : name) EXPECT_FALSE(c >= 'a' && c <= 'z') << name;
 }
 
-TEST(System, CurrentDirectory) {
+TEST(System, CurrentDirectoryAndTicksFollowSleeps) {
   EXPECT_EQ(CurrentDirectory(), std::filesystem::current_path().string());
-}
-
-TEST(System, TicksFollowSleeps) {
   const uint32_t start = TickCount();
   SleepMilliseconds(100);
   // The count may move in steps of a system tick (about 16 ms on Windows).
@@ -45,12 +44,15 @@ TEST(System, ThreadsAndProcessAreTold) {
 }
 
 TEST(System, EnvironmentIsSeenByTheRuntime) {
+  sqxa_test::ScopedEnv restored("SQXA_SYSTEM_TEST", std::nullopt);
   ASSERT_TRUE(SetEnvironment("SQXA_SYSTEM_TEST", "a value = with blanks"));
   const char* value = std::getenv("SQXA_SYSTEM_TEST");
   ASSERT_TRUE(value != nullptr);
   EXPECT_STREQ(value, "a value = with blanks");
   ASSERT_TRUE(SetEnvironment("SQXA_SYSTEM_TEST", "changed"));
   EXPECT_STREQ(std::getenv("SQXA_SYSTEM_TEST"), "changed");
+  UnsetEnvironment("SQXA_SYSTEM_TEST");
+  EXPECT_EQ(std::getenv("SQXA_SYSTEM_TEST"), nullptr);
 }
 
 TEST(System, VersionAndErrorTexts) {

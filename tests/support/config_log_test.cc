@@ -4,11 +4,11 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
-#include <sstream>
 #include <string>
 
 #include "common/line_ends.h"
-#include "platform/system.h"
+#include "common/scratch_dir.h"
+#include "platform/files.h"
 #include "support/capture.h"
 #include "support/config_log.h"
 
@@ -19,19 +19,13 @@ namespace {
 
 class ConfigLogTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("sqxa_log_" + std::to_string(platform::CurrentProcessId()));
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
   static std::string Read(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return sqxa_test::WithLf(text.str());
+    std::string text;
+    EXPECT_EQ(platform::ReadFileContents(path.string(), &text), 0) << path;
+    return sqxa_test::WithLf(text);
   }
-  fs::path dir_;
+  sqxa_test::ScratchDir scratch_;
+  const fs::path dir_ = scratch_.path();
 };
 
 TEST_F(ConfigLogTest, ChannelsRouteTextAndOnlyTheLogChannelsExpandPercentPairs) {
@@ -59,10 +53,10 @@ TEST_F(ConfigLogTest, ChannelsRouteTextAndOnlyTheLogChannelsExpandPercentPairs) 
   std::fclose(ini);
   log.SetStream(Channel::kIni, nullptr);
   log.CloseLog();
-  EXPECT_FALSE(log.IsLogOpen());
-  EXPECT_EQ(log.LogFileName(), "");
   EXPECT_EQ(Read(log_path), "name a%n%s 100%\nseven 7%\nshown 50%\nnot shown\n");
   EXPECT_EQ(Read(dir_ / "x.ini"), "COLL_HOME=C:\\100%%\n");
+  EXPECT_EQ(ExpandPercentPairs("100%% %s %n %%%"), "100% %s %n %%");
+  EXPECT_EQ(ExpandPercentPairs("%"), "%");
 }
 
 TEST_F(ConfigLogTest, LogAppendsAndStampsInTheCalendarForm) {
@@ -86,12 +80,6 @@ TEST_F(ConfigLogTest, WithoutALogFileChannelOneStillReachesTheConsole) {
   log.LogTimestamped("nothing happens\n");
   EXPECT_EQ(Capture([&] { log.Output(Channel::kLog, "to the console\n"); }).out,
             "to the console\n");
-}
-
-TEST(ExpandPercentPairsTest, OnlyPairsCollapse) {
-  EXPECT_EQ(ExpandPercentPairs("100%% %s %n %%%"), "100% %s %n %%");
-  EXPECT_EQ(ExpandPercentPairs("%"), "%");
-  EXPECT_EQ(ExpandPercentPairs(""), "");
 }
 
 }  // namespace

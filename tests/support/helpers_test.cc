@@ -5,6 +5,7 @@
 #include <regex>
 #include <string>
 
+#include "common/scopes.h"
 #include "platform/system.h"
 #include "support/capture.h"
 #include "support/environment.h"
@@ -15,82 +16,78 @@
 
 namespace {
 
-std::string Thread() { return "(" + std::to_string(platform::CurrentThreadId()) + ")"; }
+// Messages without the position and thread of their header.
+std::string Plain(const std::string& text) {
+  return std::regex_replace(text, std::regex(" VDBUTIL\\(\\d+\\) \\(\\d+\\)"), " ");
+}
 
 class EnvironmentTest : public ::testing::Test {
  protected:
   void SetUp() override { msg_reset_for_testing(); }
   void TearDown() override { msg_reset_for_testing(); }
-  // A name that nothing has set in this process.
-  static std::string Unset(const char* stem) {
-    return std::string("SQXA_UNSET_") + stem + std::to_string(platform::CurrentProcessId());
-  }
+  // A name that nothing has set in this process, unset again when the test ends.
+  const std::string name_ = "SQXA_UNSET_" + std::to_string(platform::CurrentProcessId());
+  sqxa_test::ScopedEnv unset_{name_, std::nullopt};
 };
 
 TEST_F(EnvironmentTest, ModeOneReportsWhatIsMissing) {
-  const std::string name = Unset("A");
+  const std::string not_set = "Environment variable \"" + name_ + "\" not set\n";
   char* value = nullptr;
-  Captured got = Capture([&] { value = env_get(name.c_str(), 1, nullptr); });
+  Captured got = Capture([&] { value = env_get(name_.c_str(), 1, nullptr); });
   EXPECT_EQ(value, nullptr);
-  EXPECT_EQ(got.out, "UEN0015W VDBUTIL(1897) " + Thread() + "Environment variable \"" + name +
-                         "\" not set\n");
+  EXPECT_EQ(Plain(got.out), "UEN0015W " + not_set);
 
-  got = Capture([&] { value = env_get(name.c_str(), 1, "dflt"); });
+  got = Capture([&] { value = env_get(name_.c_str(), 1, "dflt"); });
   UniqueText owned(value);
   ASSERT_NE(value, nullptr);
   EXPECT_STREQ(value, "dflt");
-  EXPECT_EQ(got.out, "UEN0015I VDBUTIL(1897) " + Thread() + "Environment variable \"" + name +
-                         "\" not set\nUEN0020I VDBUTIL(1903) " + Thread() +
-                         "Using default of dflt\n");
+  EXPECT_EQ(Plain(got.out), "UEN0015I " + not_set + "UEN0020I Using default of dflt\n");
 
   // Where the platform keeps a variable that is set but empty, it counts as absent.
-  ASSERT_TRUE(platform::SetEnvironment(name, ""));
-  got = Capture([&] { value = env_get(name.c_str(), 1, nullptr); });
+  sqxa_test::ScopedEnv empty(name_, "");
+  got = Capture([&] { value = env_get(name_.c_str(), 1, nullptr); });
   EXPECT_EQ(value, nullptr);
-  const bool kept_empty = std::getenv(name.c_str()) != nullptr;
+  const bool kept_empty = std::getenv(name_.c_str()) != nullptr;
   EXPECT_NE(got.out.find(kept_empty ? "UEN0010W" : "UEN0015W"), std::string::npos) << got.out;
 }
 
 TEST_F(EnvironmentTest, QuietModesCopyAndModeMinusOnePutsTheDefault) {
-  const std::string name = Unset("B");
-  EXPECT_EQ(Capture([&] { EXPECT_EQ(env_get(name.c_str(), 0, nullptr), nullptr); }).out, "");
+  const char* name = name_.c_str();
+  EXPECT_EQ(Capture([&] { EXPECT_EQ(env_get(name, 0, nullptr), nullptr); }).out, "");
 
   char* put = nullptr;
-  EXPECT_EQ(Capture([&] { put = env_get(name.c_str(), -1, "abc"); }).out, "");
+  EXPECT_EQ(Capture([&] { put = env_get(name, -1, "abc"); }).out, "");
   ASSERT_NE(put, nullptr);
-  EXPECT_STREQ(put, "abc");
-  EXPECT_STREQ(put - name.size() - 1, (name + "=abc").c_str());
-  EXPECT_STREQ(std::getenv(name.c_str()), "abc");
+  EXPECT_STREQ(put - name_.size() - 1, (name_ + "=abc").c_str());
+  EXPECT_STREQ(std::getenv(name), "abc");
   // Once set, mode -1 answers the environment's own text, not a copy.
-  EXPECT_EQ(env_get(name.c_str(), -1, "other"), std::getenv(name.c_str()));
+  EXPECT_EQ(env_get(name, -1, "other"), std::getenv(name));
 
-  UniqueText copy(env_get(name.c_str(), -2, "other"));
+  UniqueText copy(env_get(name, -2, "other"));
   ASSERT_NE(copy, nullptr);
   EXPECT_STREQ(copy.get(), "abc");
-  EXPECT_NE(copy.get(), std::getenv(name.c_str()));
+  EXPECT_NE(copy.get(), std::getenv(name));
 
   // Switch 3 traces what is read in the quiet mode 0.
   msg_set_trace_switch(3, true);
-  const Captured traced = Capture([&] { UniqueText v(env_get(name.c_str(), 0, nullptr)); });
+  const Captured traced = Capture([&] { UniqueText v(env_get(name, 0, nullptr)); });
   EXPECT_NE(traced.out.find("UEN0025T ("), std::string::npos);
-  EXPECT_NE(traced.out.find("Env var " + name + "=abc.\n"), std::string::npos);
+  EXPECT_NE(traced.out.find("Env var " + name_ + "=abc.\n"), std::string::npos);
 }
 
 TEST_F(EnvironmentTest, PutConfirmsUnderSwitchZeroAndRefusesABareName) {
-  const std::string name = Unset("C");
   msg_set_trace_switch(0, true);
   char* value = nullptr;
-  const Captured set = Capture([&] { value = env_put(name.c_str(), "B"); });
+  const Captured set = Capture([&] { value = env_put(name_.c_str(), "B"); });
   ASSERT_NE(value, nullptr);
   EXPECT_STREQ(value, "B");
-  EXPECT_NE(
-      set.out.find("VDBUTIL(1979) " + Thread() + "Set environment variable \"" + name + "=B\".\n"),
-      std::string::npos);
+  EXPECT_NE(Plain(set.out).find(") Set environment variable \"" + name_ + "=B\".\n"),
+            std::string::npos);
 
-  const Captured refused = Capture([&] { value = env_put(name.c_str(), nullptr); });
+  const Captured refused = Capture([&] { value = env_put(name_.c_str(), nullptr); });
   EXPECT_EQ(value, nullptr);
-  EXPECT_EQ(refused.err, "UEN0045E VDBUTIL(1974) " + Thread() + "Environment variable \"" + name +
-                             "\" could not be set.\n");
+  EXPECT_EQ(Plain(refused.err),
+            "UEN0045E Environment variable \"" + name_ + "\" could not be set.\n");
 }
 
 TEST(MemoryTest, ShortageIsReportedAndStrDupEndsTheRun) {
@@ -100,8 +97,8 @@ TEST(MemoryTest, ShortageIsReportedAndStrDupEndsTheRun) {
   void* block = nullptr;
   const Captured got = Capture([&] { block = util_malloc(12, "vdbutil", 1961, "size+1+1"); });
   EXPECT_EQ(block, nullptr);
-  EXPECT_EQ(got.err, "UTM5400S VDBUTIL(2094) " + Thread() +
-                         "Memory allocation error at:vdbutil.1961 - size+1+1 for 12 bytes \n");
+  EXPECT_EQ(Plain(got.err),
+            "UTM5400S Memory allocation error at:vdbutil.1961 - size+1+1 for 12 bytes \n");
   EXPECT_EXIT(UniqueText(str_dup("x")), ::testing::ExitedWithCode(1), "Malloc error");
   util_set_allocator_for_testing(real);
   UniqueText copy(str_dup("copy"));

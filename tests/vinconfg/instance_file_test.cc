@@ -35,11 +35,7 @@ TEST(InstanceFileTest, GathersEverySectionOfANameInFileOrder) {
   EXPECT_TRUE(file.HasSection("services"));
   EXPECT_FALSE(file.HasSection("Override Local Settings"));
   EXPECT_TRUE(file.EntriesOf("Override Local Settings").empty());
-}
-
-TEST(InstanceFileTest, AMissingFileIsNotLoaded) {
-  InstanceFile file;
-  EXPECT_FALSE(file.Load("no/such/dir/VSQMMA_X.ini"));
+  EXPECT_FALSE(InstanceFile().Load("no/such/dir/VSQMMA_X.ini"));
 }
 
 }  // namespace

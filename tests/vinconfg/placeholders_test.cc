@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
+#include "common/scopes.h"
 #include "instance_file.h"
 #include "platform/system.h"
 
 namespace {
 
+using sqxa_test::ScopedEnv;
 using vinconfg::Resolve;
 
 const vinconfg::Placeholders kValues = {
@@ -34,8 +38,8 @@ TEST(PlaceholdersTest, LeavesOtherAtSignsAsWritten) {
 TEST(PlaceholdersTest, InstallationValuesComeFromTheDirectoryTheFileAndTheEnvironment) {
   vinconfg::InstanceFile file;
   file.Parse("[Identity]\nMarProd=VSQ\nMarVers=610\nMarTask=INST1\n");
-  ASSERT_TRUE(platform::SetEnvironment("PORTNUMBER", "1920"));
-  ASSERT_TRUE(platform::SetEnvironment("COMPUTERNAME", "HOST7"));
+  std::optional<ScopedEnv> port(std::in_place, "PORTNUMBER", "1920");
+  std::optional<ScopedEnv> computer(std::in_place, "COMPUTERNAME", "HOST7");
   const vinconfg::Placeholders values = vinconfg::PlaceholdersFor("C:\\prod\\etc", file, "");
   const std::string text =
       "@ETCPATH@|@BINPATH@|@DLLPATH@|@LOGPATH@|@PORTNUMBER@|@INSTANCENAME@|@COMPUTERNAME@|"
@@ -44,8 +48,8 @@ TEST(PlaceholdersTest, InstallationValuesComeFromTheDirectoryTheFileAndTheEnviro
             "C:\\prod\\etc|C:\\prod\\etc|C:\\prod\\etc|C:\\prod\\etc\\logs|1920||HOST7|"
             "VSQ\\610\\INST1");
 
-  ASSERT_TRUE(platform::SetEnvironment("PORTNUMBER", ""));
-  ASSERT_TRUE(platform::SetEnvironment("COMPUTERNAME", ""));
+  port.emplace("PORTNUMBER", std::nullopt);
+  computer.emplace("COMPUTERNAME", std::nullopt);
   const vinconfg::Placeholders defaults = vinconfg::PlaceholdersFor("etc", file, "I");
   EXPECT_EQ(Resolve("@PORTNUMBER@ @COMPUTERNAME@", defaults), "1999 " + platform::ComputerName());
 }

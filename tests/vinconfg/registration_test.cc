@@ -7,16 +7,19 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
+#include "common/scopes.h"
+#include "common/scratch_dir.h"
 #include "platform/files.h"
 #include "platform/registry.h"
-#include "common/scratch_dir.h"
 #include "platform/system.h"
 
 namespace {
 
 using namespace platform;
+using sqxa_test::ScopedEnv;
 
 constexpr char kProduct[] = "VZT";  // no product of the agent has this code
 const std::string kProductKey = std::string("Software\\Marlox\\") + kProduct;
@@ -38,9 +41,6 @@ class RegistrationTest : public ::testing::Test {
     // The file-backed registry lives in the scratch directory; the Windows
     // registry does not look at the path.
     UseRegistryFile(dir_.File("registry.reg"));
-    ASSERT_TRUE(SetEnvironment("MARLOX_HOME", dir_.File("home") + PathSeparator()));
-    ASSERT_TRUE(SetEnvironment("PORTNUMBER", "1920"));
-    ASSERT_TRUE(SetEnvironment("COMPUTERNAME", "HOST1"));
     ASSERT_EQ(Registry::Connect("", &hive_), kRegSuccess);
     Clean();
   }
@@ -76,6 +76,9 @@ class RegistrationTest : public ::testing::Test {
   }
 
   sqxa_test::ScratchDir dir_;
+  std::optional<ScopedEnv> home_{std::in_place, "MARLOX_HOME", dir_.File("home") + PathSeparator()};
+  ScopedEnv port_{"PORTNUMBER", "1920"};
+  ScopedEnv computer_{"COMPUTERNAME", "HOST1"};
   std::unique_ptr<Registry> hive_;
 };
 
@@ -122,42 +125,32 @@ TEST_F(RegistrationTest, RefusesFilesItCannotUse) {
   (void)Values("", &exists);
   EXPECT_FALSE(exists);
 
-  ASSERT_TRUE(SetEnvironment("MARLOX_HOME", ""));
+  home_.emplace("MARLOX_HOME", std::nullopt);
   EXPECT_EQ(vinconfg::RegisterInstance(WriteFile("x.ini", InstanceFileText("INST1", "")), "INST1"),
             vinconfg::kNoHome);
 }
 
 TEST_F(RegistrationTest, UnregisteringRemovesTheInstanceUnderEveryVersion) {
-  const std::string first = WriteFile("VSQMMA_INST1.ini", InstanceFileText("INST1", ""));
-  const std::string second = WriteFile("VSQMMA_INST2.ini", InstanceFileText("INST2", ""));
-  ASSERT_EQ(vinconfg::RegisterInstance(first, "INST1"), vinconfg::kDone);
-  ASSERT_EQ(vinconfg::RegisterInstance(second, "INST2"), vinconfg::kDone);
+  for (const char* task : {"INST1", "INST2", ""}) {
+    const std::string ini =
+        WriteFile("VSQMMA_" + std::string(task) + ".ini", InstanceFileText(task, ""));
+    ASSERT_EQ(vinconfg::RegisterInstance(ini, task), vinconfg::kDone) << task;
+  }
+  // The default instance lives directly under the version.
+  EXPECT_EQ(Values("610\\Environment").at("COLL_SERVERID"), "");
   ASSERT_EQ(hive_->ReplaceValues(kProductKey + "\\620\\INST1\\Environment\\Deeper", {}),
             kRegSuccess);
   ASSERT_EQ(vinconfg::UnregisterInstance(kProduct, "inst1"), vinconfg::kDone);
-  bool exists = true;
-  (void)Values("610\\INST1", &exists);
-  EXPECT_FALSE(exists);
-  (void)Values("620\\INST1", &exists);
-  EXPECT_FALSE(exists);
+  ASSERT_EQ(vinconfg::UnregisterInstance(kProduct, ""), vinconfg::kDone);
+  for (const char* gone : {"610\\INST1", "620\\INST1", "610\\Environment"}) {
+    bool exists = true;
+    (void)Values(gone, &exists);
+    EXPECT_FALSE(exists) << gone;
+  }
   EXPECT_EQ(Values("610\\INST2\\Environment").size(), 5u);
   // Nothing left to remove is no failure.
   EXPECT_EQ(vinconfg::UnregisterInstance(kProduct, "INST1"), vinconfg::kDone);
   EXPECT_EQ(vinconfg::UnregisterInstance("VZU", "INST1"), vinconfg::kDone);
-}
-
-TEST_F(RegistrationTest, TheDefaultInstanceLivesDirectlyUnderTheVersion) {
-  const std::string ini = WriteFile("VSQMMA_.ini", InstanceFileText("", ""));
-  const std::string named = WriteFile("VSQMMA_INST2.ini", InstanceFileText("INST2", ""));
-  ASSERT_EQ(vinconfg::RegisterInstance(ini, ""), vinconfg::kDone);
-  ASSERT_EQ(vinconfg::RegisterInstance(named, "INST2"), vinconfg::kDone);
-  EXPECT_EQ(Values("610\\Environment").at("COLL_SERVERID"), "");
-  // Unregistering it leaves the named instances alone.
-  ASSERT_EQ(vinconfg::UnregisterInstance(kProduct, ""), vinconfg::kDone);
-  bool exists = true;
-  (void)Values("610\\Environment", &exists);
-  EXPECT_FALSE(exists);
-  EXPECT_EQ(Values("610\\INST2\\Environment").size(), 5u);
 }
 
 }  // namespace
