@@ -113,7 +113,11 @@ class PosixProcess final : public Process {
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    // The child leads a process group of its own, so that a time limit ends
+    // whatever it started too: a grandchild left holding its output pipes
+    // would otherwise keep this process waiting as long as it lives.
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
     pid_t pid = -1;
     const int status =
         posix_spawn(&pid, program.c_str(), &actions, &attributes, argv.data(), environ);
@@ -147,7 +151,7 @@ class PosixProcess final : public Process {
     if (pid_ <= 0) return false;
     int status = 0;
     if (limit_ms != kNoTimeLimit && !WaitWithin(limit_ms)) {
-      kill(pid_, SIGKILL);
+      kill(-pid_, SIGKILL);
       abnormal_end_ = TimeLimitText(limit_ms);
     }
     while (waitpid(pid_, &status, 0) < 0) {
