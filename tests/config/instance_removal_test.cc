@@ -16,14 +16,8 @@ namespace {
 
 class InstanceRemovalTest : public ConfigTestHome {
  protected:
-  void SetUp() override {
-    ConfigTestHome::SetUp();
-    discovery::setDiscoveryVerbose(true);
-  }
-  void TearDown() override {
-    discovery::setDiscoveryVerbose(false);
-    ConfigTestHome::TearDown();
-  }
+  void SetUp() override { discovery::setDiscoveryVerbose(true); }
+  void TearDown() override { discovery::setDiscoveryVerbose(false); }
 };
 
 TEST_F(InstanceRemovalTest, RemovesTheFilesThatExist) {

@@ -5,9 +5,9 @@
 #include <regex>
 #include <string>
 
+#include "common/scratch_dir.h"
 #include "driver/validation.h"
 #include "framework/agent_config.h"
-#include "platform/system.h"
 #include "support/capture.h"
 #include "support/server_kind.h"
 
@@ -19,9 +19,6 @@ namespace {
 class ValidationTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    root_ =
-        fs::temp_directory_path() / ("sqxa_val_" + std::to_string(platform::CurrentProcessId()));
-    fs::remove_all(root_);
     for (const char* dir : {"sql/Binn", "sql/log", "ora/Bin", "ora/network/admin"}) {
       fs::create_directories(root_ / dir);
     }
@@ -30,16 +27,10 @@ class ValidationTest : public ::testing::Test {
       std::ofstream(root_ / file) << "x";
     }
   }
-  void TearDown() override {
-    fs::remove_all(root_);
-    support::SetServerKind(support::ServerKind::kSqlServer);
-  }
   // A path in the Windows form the settings use.
-  std::string Path(const std::string& relative) const {
-    std::string path = root_.string() + "\\" + relative;
-    return path;
-  }
-  fs::path root_;
+  std::string Path(const std::string& relative) const { return root_.string() + "\\" + relative; }
+  const sqxa_test::ScratchDir scratch_;
+  const fs::path root_ = scratch_.path();
 };
 
 VFW::ConfigSection Settings(std::initializer_list<std::pair<const char*, std::string>> entries) {
@@ -152,13 +143,6 @@ TEST(MajorVersionTest, DigitsBeforeThePoint) {
   EXPECT_EQ(copied, "11");
   EXPECT_EQ(majorVersion(std::string(15, '0') + "123.0", &copied), 12);
   EXPECT_EQ(copied.size(), 17u);  // cut to what the buffer holds
-}
-
-TEST_F(ValidationTest, KindsWithoutAValidatorPass) {
-  support::SetServerKind(support::ServerKind::kInformix);
-  VFW::InstanceConfig instance("x");
-  instance.addSection("DBSETTINGS");
-  EXPECT_EQ(validateCfgParms(instance), VDB_RC_OK);
 }
 
 TEST_F(ValidationTest, CheckFileExistsReportsBothWaysInTheErrorForm) {
