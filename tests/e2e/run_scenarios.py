@@ -74,6 +74,20 @@ def bad_msn(msn):
             "Error line({{LINE}}): Invalid format for MSN: %s.\n" % (msn, msn))
 
 
+def not_found(name):
+    return "Error line({{LINE}}): Could not find configuration for server: %s\n" % name
+
+
+def lines(*items):
+    return "".join(item + "\n" for item in items)
+
+
+NO_LIST = "Error line({{LINE}}): ERROR: NULL DbConfigList returned\n"
+NOTHING_OF_INST1 = lines("ORVAGT6_x64/VSQMMA_INST1.ini", "ORVAGT6_x64/MSMSQL_INST1.bat",
+                         "InstallORV/vinconfg.log", "ORVAGT6_x64/*.tmp", "ORVAGT6_x64/sq_xa.lock",
+                         "ORVAGT6_x64/vdbtset.ini")
+
+
 def row(args, status=0, stdout="", stderr="", **more):
     return dict(args=args, status=status, stdout=stdout, stderr=stderr, **more)
 
@@ -112,122 +126,51 @@ TABLE = {
                                    like="put_name_dot"),
     "remove_name_trailing_blank": row(["-r", "N1 :host:X"], 2, stderr=bad_name("N1 "),
                                       like="remove_name_leading_blank"),
-    "get_not_configured": row(["-g", "OTHER:host:X"], 2,
-        stderr="Error line({{LINE}}): Could not find configuration for server: OTHER\n",
-        like="get_default_instance",
-    ),
-    "get_without_home": row(["-g", "INST1:host:X"], 2,
-        stderr="Error line({{LINE}}): Could not find configuration for server: INST1\n",
-        env="MARLOX_HOME=\n",
-        absent="ORVAGT6_x64/logs/dbcfg_INST1.log\n",
-        like="get_default_instance",
-    ),
-    "put_section_missing": row(["-p", "inst1:host:X"], 6,
+    "get_not_configured": row(["-g", "OTHER:host:X"], 2, stderr=not_found("OTHER"),
+                              like="get_default_instance"),
+    "get_without_home": row(["-g", "INST1:host:X"], 2, stderr=not_found("INST1"),
+                            env="MARLOX_HOME=\n", absent="ORVAGT6_x64/logs/dbcfg_INST1.log\n",
+                            like="get_default_instance"),
+    "put_section_missing": row(
+        ["-p", "inst1:host:X"], 6, like="put_malformed_msn",
         stderr="Error line({{LINE}}): Could not find config section to persist: DBSETTINGS\n",
-        stdin="INSTANCE=other\n[OTHER]\ndb_login=sa\n",
-        like="put_malformed_msn",
-    ),
-    "put_msn_with_slash": row(["-p", "a/b:host:X"], 2,
-        stderr=bad_name("a/b"),
+        stdin="INSTANCE=other\n[OTHER]\ndb_login=sa\n"),
+    "put_msn_with_slash": row(["-p", "a/b:host:X"], 2, stderr=bad_name("a/b"),
+                              like="put_msn_300_bytes"),
+    "put_stream_instance_backslash": row(
+        ["-p"], 2, stderr=bad_name("..\\..\\x"), stdin=STREAM % "..\\..\\x",
         like="put_msn_300_bytes",
-    ),
-    "put_stream_instance_backslash": row(["-p"], 2,
-        stderr=bad_name("..\\..\\x"),
-        stdin=STREAM % "..\\..\\x",
-        absent=(
-            "InstallORV/vinconfg.log\n"
-            "ORVAGT6_x64/sq_xa.lock\n"
-            "ORVAGT6_x64/vdbtset.ini\n"
-            "ORVAGT6_x64/VSQMMA_a*\n"
-            "ORVAGT6_x64/MSMSQL_a*\n"
-            "ORVAGT6_x64/*.tmp\n"
-            "VSQMMA_*\n"
-            "MSMSQL_*\n"
-            "../VSQMMA_*\n"
-            "../MSMSQL_*\n"
-        ),
-        like="put_msn_300_bytes",
-    ),
-    "put_stream_repeated_instance": row(["-p"], 4,
-        stderr=BAD_STREAM,
-        stdin=STREAM % "INST1" + STREAM.replace("=sa", "=other") % "INST1",
-        absent=(
-            "ORVAGT6_x64/VSQMMA_INST1.ini\n"
-            "ORVAGT6_x64/MSMSQL_INST1.bat\n"
-            "InstallORV/vinconfg.log\n"
-            "ORVAGT6_x64/*.tmp\n"
-            "ORVAGT6_x64/sq_xa.lock\n"
-            "ORVAGT6_x64/vdbtset.ini\n"
-        ),
-        like="put_msn_300_bytes",
-    ),
-    "put_without_home": row(["-p", "INST1:host:X"], 101,
-        stderr="Error line({{LINE}}): ERROR: NULL DbConfigList returned\n",
-        env="MARLOX_HOME=\n",
-        absent=(
-            "ORVAGT6_x64/VSQMMA_INST1.ini\n"
-            "ORVAGT6_x64/MSMSQL_INST1.bat\n"
-            "InstallORV/vinconfg.log\n"
-            "ORVAGT6_x64/*.tmp\n"
-            "ORVAGT6_x64/sq_xa.lock\n"
-            "ORVAGT6_x64/vdbtset.ini\n"
-        ),
-        like="put_msn_300_bytes",
-    ),
-    "put_stream_over_limit": row(["-p", "INST1:host:X"], 4,
-        stderr=(
-            "Error line({{LINE}}): Configuration stream too large: more than 1048576 bytes\n"
-            " Error line({{LINE}}): Error parsing config stream\n"
-        ),
+        absent=lines("InstallORV/vinconfg.log", "ORVAGT6_x64/sq_xa.lock",
+                     "ORVAGT6_x64/vdbtset.ini", "ORVAGT6_x64/VSQMMA_a*", "ORVAGT6_x64/MSMSQL_a*",
+                     "ORVAGT6_x64/*.tmp", "VSQMMA_*", "MSMSQL_*", "../VSQMMA_*", "../MSMSQL_*")),
+    "put_stream_repeated_instance": row(
+        ["-p"], 4, stderr=BAD_STREAM, absent=NOTHING_OF_INST1, like="put_msn_300_bytes",
+        stdin=STREAM % "INST1" + STREAM.replace("=sa", "=other") % "INST1"),
+    "put_without_home": row(["-p", "INST1:host:X"], 101, stderr=NO_LIST, env="MARLOX_HOME=\n",
+                            absent=NOTHING_OF_INST1, like="put_msn_300_bytes"),
+    "put_stream_over_limit": row(
+        ["-p", "INST1:host:X"], 4, tool="0\n", like="put_name_dot",
+        stderr="Error line({{LINE}}): Configuration stream too large: more than 1048576 bytes\n"
+        + BAD_STREAM,
         stdin=STREAM % "INST1" + "db_extparms={{REPEAT:1048576:x}}\n",
-        tool="0\n",
-        absent=(
-            "ORVAGT6_x64/sq_xa.lock\n"
-            "ORVAGT6_x64/vsqinc.ini\n"
-            "ORVAGT6_x64/VSQMMA_*\n"
-            "ORVAGT6_x64/MSMSQL_*\n"
-            "ORVAGT6_x64/*.tmp\n"
-            "InstallORV/vinconfg.log\n"
-        ),
-        like="put_name_dot",
-    ),
+        absent=lines("ORVAGT6_x64/sq_xa.lock", "ORVAGT6_x64/vsqinc.ini", "ORVAGT6_x64/VSQMMA_*",
+                     "ORVAGT6_x64/MSMSQL_*", "ORVAGT6_x64/*.tmp", "InstallORV/vinconfg.log")),
     "put_named_after_stream_instance": row(["-p"], 0, like="put_new_instance"),
-    "put_tool_floods_output": row(["-p", "INST1:host:X"], 0,
-        stdout="{{REPEAT:1048576:o}}",
-        stderr="{{REPEAT:1048576:e}}",
-        env="SQXA_STAND_IN_FLOOD=1048576\n",
-        like="put_new_instance",
-    ),
-    "put_tool_missing": row(["-p", "INST1:host:X"], 6,
-        stderr=(
-            "Error line({{LINE}}): Error running command: {{HOME}}InstallORV\\vinconfg -ciVSQ~{{HOME}}ORVAGT6_x64\\VSQMMA_INST1.ini~INST1\n"
-            " Error line({{LINE}}): Unabled to run vinconfg to add instance\n"
-        ),
-        tool=None,
-        like="put_tool_fails",
-    ),
-    "put_windows_authentication": row(["-p", "INST1:host:X"], 0,
-        stderr=(
-            "Error line({{LINE}}): Bypassing requirement for db_login with win auth\n"
-            "Error line({{LINE}}): Bypassing requirement for db_password with win auth\n"
-            "Error line({{LINE}}): Bypassing requirement for db login with win auth\n"
-            "Error line({{LINE}}): Bypassing requirement for db password with win auth\n"
-        ),
-        stdin=(
-            "INSTANCE=INST1\n"
-            "[DBSETTINGS]\n"
-            "db_winauth=1\n"
-            "db_errorlog={{HOME}}sql\\MSSQL10.INST1\\MSSQL\\Log\\ERRORLOG\n"
-            "db_home={{HOME}}sql\\MSSQL10.INST1\\MSSQL\n"
-        ),
-        tool="0\n",
-        like="put_tool_fails",
-    ),
-    "remove_without_home": row(["-r", "INST1:host:X"], 3,
-        stderr=" Error line({{LINE}}): ERROR: NULL DbConfigList returned\n",
-        env="MARLOX_HOME=\n",
-        like="remove_msn_with_backslash",
-    ),
+    "put_tool_floods_output": row(["-p", "INST1:host:X"], 0, stdout="{{REPEAT:1048576:o}}",
+                                  stderr="{{REPEAT:1048576:e}}", like="put_new_instance",
+                                  env="SQXA_STAND_IN_FLOOD=1048576\n"),
+    "put_tool_missing": row(
+        ["-p", "INST1:host:X"], 6, tool=None, like="put_tool_fails",
+        stderr="Error line({{LINE}}): Error running command: {{HOME}}InstallORV\\vinconfg "
+        "-ciVSQ~{{HOME}}ORVAGT6_x64\\VSQMMA_INST1.ini~INST1\n"
+        " Error line({{LINE}}): Unabled to run vinconfg to add instance\n"),
+    "put_windows_authentication": row(
+        ["-p", "INST1:host:X"], 0, tool="0\n", like="put_tool_fails",
+        stderr="".join("Error line({{LINE}}): Bypassing requirement for db%s with win auth\n" % w
+                       for w in ("_login", "_password", " login", " password")),
+        stdin=(STREAM % "INST1").replace("db_login=sa\ndb_password=secret\n", "db_winauth=1\n")),
+    "remove_without_home": row(["-r", "INST1:host:X"], 3, stderr=" " + NO_LIST,
+                               env="MARLOX_HOME=\n", like="remove_msn_with_backslash"),
 }
 NAMES = (("dot", "."), ("dot_dot", ".."), ("leading_blank", " N1"), ("trailing_blank", "N1 "))
 for suffix, name in NAMES:
