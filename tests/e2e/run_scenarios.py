@@ -13,6 +13,7 @@ the folder it is "like", if any. A folder holds:
   stdin            optional standard input
   registry.reg     optional registry of the host (a registry file natively; imported
                    with "reg import" under Wine and removed afterwards)
+  bare             optional: the home starts empty, not with DEFAULT_HOME
   before/          optional files copied into the sandbox product home first
                    ({{HOME}} in them is replaced)
   tool             optional: the stand-in instance-creation tool is installed as
@@ -58,6 +59,14 @@ USAGE = """Usage (where MSN is the Managed System Name):
             #used to start/stop agent instances. Agents that do not support
             #multiple instances return nothing.
 """
+# What every home holds unless the scenario has a "bare" file: SQL Server
+# instance INST1 and the agent's management-agent settings.
+DEFAULT_HOME = {
+    "sql/MSSQL10.INST1/MSSQL/Binn/sqlservr.exe": "x",
+    "sql/MSSQL10.INST1/MSSQL/Log/ERRORLOG": "x",
+    "ORVAGT6_x64/vsqmma.ini": "[Local Settings]\nCOLL_TRACE=ERROR\nMTIRA_HIST_DIR=somewhere\n\n"
+                              "[Other]\nX=1\n",
+}
 NO_MSN = "Error line({{LINE}}): Invalid format for MSN: (null).\n"
 BAD_STREAM = " Error line({{LINE}}): Error parsing config stream\n"
 STREAM = ("INSTANCE=%s\n[DBSETTINGS]\ndb_login=sa\ndb_password=secret\n"
@@ -329,6 +338,11 @@ def run_scenario(name, program, tool, wine, keep):
     problems = []
     registry = None
     try:
+        if scenario.text("bare") is None:
+            for relative, text in DEFAULT_HOME.items():
+                os.makedirs(os.path.dirname(os.path.join(sandbox.home, relative)), exist_ok=True)
+                with open(os.path.join(sandbox.home, relative), "w") as f:
+                    f.write(text)
         before = scenario.path("before")
         if os.path.isdir(before):
             shutil.copytree(before, sandbox.home, dirs_exist_ok=True)
