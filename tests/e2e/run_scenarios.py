@@ -24,6 +24,8 @@ the folder it is "like", if any. A folder holds:
                    the expected output (missing: must be empty)
   expected/after/  optional files that must exist in the home afterwards, with
                    these contents
+  expected/unchanged
+                   optional: every file of before/ is still there as it was
   expected/absent  optional paths (relative to the home) that must not exist;
                    a path may hold glob wildcards (ORVAGT6_x64/*.tmp)
 
@@ -398,6 +400,8 @@ def run_scenario(name, program, tool, wine, keep):
         after = scenario.path("expected/after")
         if os.path.isdir(after):
             compare_tree(after, sandbox.home, sandbox, problems)
+        if scenario.text("expected/unchanged") is not None and os.path.isdir(before):
+            compare_tree(before, sandbox.home, sandbox, problems)
         for line in (scenario.text("expected/absent", "") or "").splitlines():
             if line.strip() and glob.glob(os.path.join(glob.escape(sandbox.home), line.strip())):
                 problems.append("file %s should not exist" % line.strip())
