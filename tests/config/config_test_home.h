@@ -6,26 +6,15 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 
-#include "platform/system.h"
+#include "common/scopes.h"
+#include "common/scratch_dir.h"
 
 namespace config {
 
 class ConfigTestHome : public ::testing::Test {
  protected:
-  void SetUp() override {
-    etc_ = std::filesystem::temp_directory_path() /
-           ("sqxa_etc_" + std::to_string(platform::CurrentProcessId()));
-    std::filesystem::remove_all(etc_);
-    std::filesystem::create_directories(etc_);
-    ASSERT_TRUE(platform::SetEnvironment("ORVAGT6_DIR", etc_.string()));
-  }
-  void TearDown() override {
-    ASSERT_TRUE(platform::SetEnvironment("ORVAGT6_DIR", ""));
-    std::filesystem::remove_all(etc_);
-  }
   void Write(const std::string& name, const std::string& text) const {
     std::ofstream(etc_ / name, std::ios::binary) << text;
   }
@@ -35,7 +24,9 @@ class ConfigTestHome : public ::testing::Test {
   // The etc directory as the list composes paths with it.
   [[nodiscard]] std::string Etc() const { return etc_.string(); }
 
-  std::filesystem::path etc_;
+  sqxa_test::ScratchDir scratch_;
+  const std::filesystem::path etc_ = scratch_.path();
+  sqxa_test::ScopedEnv etc_env_{"ORVAGT6_DIR", etc_.string()};
 };
 
 }  // namespace config

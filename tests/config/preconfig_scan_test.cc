@@ -18,15 +18,11 @@ namespace {
 class PreConfigScanTest : public ConfigTestHome {
  protected:
   void SetUp() override {
-    ConfigTestHome::SetUp();
     list_ = std::make_unique<DbConfigList>();
     list_->SetConsole(0);
     list_->SetEtcDir("ORVAGT6_DIR");
   }
-  void TearDown() override {
-    list_.reset();
-    ConfigTestHome::TearDown();
-  }
+  void TearDown() override { list_.reset(); }
   std::string Add(const std::string& name) {
     return "Add=" + Etc() + "\\VSQMMA_" + name + ".ini\n";
   }
@@ -82,9 +78,7 @@ TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
                           "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\INST2\\Environment]\n"
                           "\"COLL_SERVERID\"=\"INST2\"\n\"COLL_SERVICENUMBER\"=\"2\"\n\n"));
 
-  list_->SetConsole(1);
-  const Captured got = Capture([&] { EXPECT_EQ(list_->ScanPreConfig(ServerKind::kSqlServer), 0); });
-  list_->SetConsole(0);
+  ASSERT_EQ(list_->ScanPreConfig(ServerKind::kSqlServer), 0);
   ASSERT_EQ(list_->GetCount(ServerKind::kSqlServer), 3);
   const DbConfig* first = list_->GetAt(0, ServerKind::kSqlServer);
   EXPECT_EQ(first->getServerName(), "INST1");
@@ -105,24 +99,6 @@ TEST_F(PreConfigScanTest, RecordsComeFromTheRegistryKeys) {
   EXPECT_EQ(third->getServiceNumber(), 9);
   EXPECT_FALSE(third->isRegistered());
   EXPECT_TRUE(first->isRegistered());
-
-  for (const char* line : {
-           "ScanPreConfig: enter\n",
-           "ScanPreConfig: After GetPreConfigList :ServerCount[3]\n",
-           "ScanPreConfig: registry string: Software\\Marlox\\VSQ\\610\\INST1\\Environment\n",
-           "ScanPreConfig: acquired registry key value #1 (COLL_DBHOME) = 'C:\\SQL'\n",
-           "ScanPreConfig: ignoring registry key value #8: 'UNKNOWN_VALUE'\n",
-           "ScanPreConfig: acquiring registry key value #9 failed\n",
-           "ScanPreConfig: setting MS SQL cluster server name 'VSQL1'\n",
-           "ScanPreConfig: setting missing service number for server 'INST1' "
-           ":GetServiceNumber:[4]\n",
-           "ScanPreConfig: accessing registry key 'Software\\Marlox\\VSQ\\610\\INST3\\Environment' "
-           "failed\n",
-           "ScanPreConfig: add configured server:\n",
-           "ScanPreConfig: exit\n",
-       }) {
-    EXPECT_NE(got.out.find(line), std::string::npos) << line;
-  }
 }
 
 // A list that is there but cannot be read must not pass for an empty one: the

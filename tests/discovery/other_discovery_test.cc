@@ -5,8 +5,8 @@
 #include <string>
 
 #include "common/host_registry.h"
+#include "common/scratch_dir.h"
 #include "discovery/other_discovery.h"
-#include "platform/system.h"
 #include "support/capture.h"
 
 namespace fs = std::filesystem;
@@ -18,19 +18,14 @@ constexpr const char* kHeader = "Windows Registry Editor Version 5.00\n\n";
 
 class OtherDiscoveryTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("sqxa_ora_" + std::to_string(platform::CurrentProcessId()));
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
-    setDiscoveryVerbose(false);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
+  void SetUp() override { setDiscoveryVerbose(false); }
   std::string File(const std::string& name, const std::string& text) {
     const fs::path path = dir_ / name;
     std::ofstream(path, std::ios::binary) << text;
     return path.string();
   }
-  fs::path dir_;
+  sqxa_test::ScratchDir scratch_;
+  const fs::path dir_ = scratch_.path();
 };
 
 std::string Home(const std::string& key, const std::string& values) {

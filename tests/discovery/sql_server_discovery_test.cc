@@ -3,16 +3,19 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "common/host_registry.h"
+#include "common/line_ends.h"
+#include "common/scopes.h"
+#include "common/scratch_dir.h"
 #include "discovery/db_server_list.h"
 #include "discovery/local_config_log.h"
 #include "discovery/sql_server_discovery.h"
-#include "platform/system.h"
 
 namespace fs = std::filesystem;
 
@@ -69,29 +72,20 @@ std::string Host(bool is64, const std::string& releases,
 class SqlServerDiscoveryTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    home_ =
-        fs::temp_directory_path() / ("sqxa_disc_" + std::to_string(platform::CurrentProcessId()));
-    fs::remove_all(home_);
     fs::create_directories(home_ / "ORVAGT6_x64" / "logs");
-    ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", home_.string()));
-    ASSERT_TRUE(platform::SetEnvironment("COMPUTERNAME", "TESTHOST"));
     resetLocalConfigLogForTesting();
   }
-  void TearDown() override {
-    resetLocalConfigLogForTesting();
-    ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
-    fs::remove_all(home_);
-  }
+  void TearDown() override { resetLocalConfigLogForTesting(); }
   std::string Log() const {
     std::ifstream in(home_ / "ORVAGT6_x64" / "logs" / "SQ_LocalConfig.log", std::ios::binary);
     std::stringstream text;
     text << in.rdbuf();
-    // The log is a text file: CR LF line ends on Windows.
-    std::string log = text.str();
-    for (size_t at; (at = log.find("\r\n")) != std::string::npos;) log.erase(at, 1);
-    return log;
+    return sqxa_test::WithLf(text.str());  // a text file: CR LF line ends on Windows
   }
-  fs::path home_;
+  sqxa_test::ScratchDir scratch_;
+  const fs::path home_ = scratch_.path();
+  std::optional<sqxa_test::ScopedEnv> marlox_home_{std::in_place, "MARLOX_HOME", home_.string()};
+  sqxa_test::ScopedEnv computer_{"COMPUTERNAME", "TESTHOST"};
 };
 
 TEST_F(SqlServerDiscoveryTest, EachReleaseScanFindsItsOwnInstances) {
@@ -144,24 +138,10 @@ TEST_F(SqlServerDiscoveryTest, EachReleaseScanFindsItsOwnInstances) {
   EXPECT_EQ(list.at(3, ServerKind::kSqlServer)->getVersion(), "9.00.1399.06");
 
   const std::string log = Log();
-  for (const char* line : {
-           "Windows is 64-bit \n",
-           "\n Checking SQL instances for 64 bit\n \n",
-           "SQL Server 2008 Reg key found. hkey_options:256 \n",
-           " Cluster Server is 'VSQL1' \n \n",
-           "Reg Key for Setup NOT Found \n",
-           "Unable to Open the Reg Key 'Software\\Microsoft\\Microsoft SQL "
-           "Server\\MSSQL10.INST4\\Setup' "
-           "for instance 'INST4';So this instance will not be added \n",
-           "SQL server 2008 Instance 'INST1' is found \n \n",
-           "SQL Server 2005 key found. hkey_options:256 \n",
-           "SQL Server 'OLD'; Home Directory: 'C:\\SQL\\MSSQL.1' \n",
-           "Locating Server 'OLD' port dir: using key 'Software\\Microsoft\\Microsoft SQL "
-           "Server\\MSSQL.1\\MSSQLSERVER\\SuperSocketNetLib\\Tcp\\IPALL' \n",
-           "Unable to open key  for sql server 2005 PORT \n",
-           "SQL Server 2005 instance 'OLD' is found \n \n",
-           "Scanning Done  \n",
-       }) {
+  // The log says why an instance was left out.
+  for (const char* line :
+       {"Windows is 64-bit \n", "for instance 'INST4';So this instance will not be added \n",
+        "SQL Server 2005 instance 'OLD' is found \n \n", "Scanning Done  \n"}) {
     EXPECT_NE(log.find(line), std::string::npos) << line << "\n--- log:\n" << log;
   }
   EXPECT_EQ(log.find("'SEVEN' is found"), std::string::npos);
@@ -216,7 +196,7 @@ TEST_F(SqlServerDiscoveryTest, OverlongValuesEndAnEnumerationWithoutHarm) {
 }
 
 TEST_F(SqlServerDiscoveryTest, WithoutMarloxHomeNothingIsLogged) {
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
+  marlox_home_.emplace("MARLOX_HOME", std::nullopt);
   ASSERT_TRUE(sqxa_test::LoadHost(Host(true, "8", {})));
   DbServerList list("");
   scanSqlServerInstances(&list);

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "common/host_registry.h"
@@ -13,66 +12,52 @@ namespace {
 constexpr const char* kHeader = "Windows Registry Editor Version 5.00\n\n";
 constexpr const char* kServer = "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Microsoft SQL Server";
 
-std::string Version(const char* instance) {
-  char output[256];
-  std::strcpy(output, "untouched");
-  (void)getMSSQLVersion(instance, output);
-  return output;
+// The registry of each release as its setup leaves it.
+std::string Release(const std::string& number, const std::string& instance, const std::string& id,
+                    const std::string& values) {
+  return std::string(kHeader) + kServer + "\\" + number + "]\n\n" + kServer +
+         "\\Instance Names\\SQL]\n\"" + instance + "\"=\"" + id + "\"\n\n" + kServer + "\\" + id +
+         "\\MSSQLServer\\CurrentVersion]\n" + values + "\n";
 }
+constexpr const char* kDefaultKey =
+    "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\MSSQLServer\\MSSQLServer\\CurrentVersion]\n";
 
-TEST(GetMSSQLVersionTest, ReleasesFrom2008To70) {
-  const std::string version_2008 =
-      std::string(kHeader) + kServer + "\\100]\n\n" + kServer +
-      "\\100\\Tools\\Setup]\n\"Edition\"=\"Enterprise Edition (64-bit)\"\n\n" + kServer +
-      "\\Instance Names\\SQL]\n\"INST1\"=\"MSSQL10.INST1\"\n\n" + kServer +
-      "\\MSSQL10.INST1\\MSSQLServer\\CurrentVersion]\n"
-      "\"CurrentVersion\"=\"10.0.1600.22\"\n\n";
-  ASSERT_TRUE(sqxa_test::LoadHost(version_2008));
-  EXPECT_EQ(Version("inst1"), "10.0.1600.22");  // the name is looked up in upper case
-
-  const std::string version_2005 = std::string(kHeader) + kServer + "\\90]\n\n" + kServer +
-                                   "\\Instance Names\\SQL]\n\"OLD\"=\"MSSQL.1\"\n\n" + kServer +
-                                   "\\MSSQL.1\\MSSQLServer\\CurrentVersion]\n"
-                                   "\"CurrentVersion\"=\"9.00.1399.06\"\n\n";
-  ASSERT_TRUE(sqxa_test::LoadHost(version_2005));
-  EXPECT_EQ(Version("OLD"), "9.00.1399.06");
-
-  const std::string version_2000 =
-      std::string(kHeader) + kServer + "\\80]\n\n" +
-      "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\MSSQLServer\\MSSQLServer\\CurrentVersion]\n"
-      "\"CurrentVersion\"=\"8.00.194\"\n\n" +
-      kServer + "\\NAMED\\MSSQLServer\\CurrentVersion]\n\"CurrentVersion\"=\"8.00.760\"\n\n";
-  ASSERT_TRUE(sqxa_test::LoadHost(version_2000));
-  EXPECT_EQ(Version("MSSQLSERVER"), "8.00.194");
-  EXPECT_EQ(Version("named"), "8.00.760");
-
-  const std::string version_70 =
-      std::string(kHeader) +
-      "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\MSSQLServer\\MSSQLServer\\CurrentVersion]\n"
-      "\"CurrentVersion\"=\"7.00.623\"\n\n";
-  ASSERT_TRUE(sqxa_test::LoadHost(version_70));
-  EXPECT_EQ(Version("MSSQLSERVER"), "7.00.623");
-}
-
-TEST(GetMSSQLVersionTest, TheOutputHoldsTheLastValueOfTheKey) {
-  const std::string host = std::string(kHeader) + kServer + "\\100]\n\n" + kServer +
-                           "\\Instance Names\\SQL]\n\"INST1\"=\"MSSQL10.INST1\"\n\n" + kServer +
-                           "\\MSSQL10.INST1\\MSSQLServer\\CurrentVersion]\n"
-                           "\"CSDVersion\"=\"Service Pack 1\"\n"
-                           "\"CurrentVersion\"=\"10.0.2531.0\"\n"
-                           "\"Language\"=dword:00000409\n\n";
-  ASSERT_TRUE(sqxa_test::LoadHost(host));
-  EXPECT_EQ(Version("INST1"), "1033");
-}
-
-TEST(GetMSSQLVersionTest, AnUnknownInstanceFallsBackToTheDefaultKey) {
-  const std::string host =
-      std::string(kHeader) + kServer + "\\100]\n\n" + kServer +
-      "\\Instance Names\\SQL]\n\"INST1\"=\"MSSQL10.INST1\"\n\n" +
-      "[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\MSSQLServer\\MSSQLServer\\CurrentVersion]\n"
-      "\"CurrentVersion\"=\"10.0.1.0\"\n\n";
-  ASSERT_TRUE(sqxa_test::LoadHost(host));
-  EXPECT_EQ(Version("OTHER"), "10.0.1.0");
+TEST(GetMSSQLVersionTest, EachReleaseKeepsItsVersionElsewhere) {
+  const std::string release_2000 = std::string(kHeader) + kServer + "\\80]\n\n" + kDefaultKey +
+                                   "\"CurrentVersion\"=\"8.00.194\"\n\n" + kServer +
+                                   "\\NAMED\\MSSQLServer\\CurrentVersion]\n"
+                                   "\"CurrentVersion\"=\"8.00.760\"\n\n";
+  const struct {
+    std::string host;
+    const char* instance;
+    const char* version;
+  } kCases[] = {
+      // The name is looked up in upper case.
+      {Release("100", "INST1", "MSSQL10.INST1", "\"CurrentVersion\"=\"10.0.1600.22\"\n"), "inst1",
+       "10.0.1600.22"},
+      {Release("90", "OLD", "MSSQL.1", "\"CurrentVersion\"=\"9.00.1399.06\"\n"), "OLD",
+       "9.00.1399.06"},
+      {release_2000, "MSSQLSERVER", "8.00.194"},
+      {release_2000, "named", "8.00.760"},
+      {std::string(kHeader) + kDefaultKey + "\"CurrentVersion\"=\"7.00.623\"\n\n", "MSSQLSERVER",
+       "7.00.623"},
+      // The output holds the last value of the key.
+      {Release("100", "INST1", "MSSQL10.INST1",
+               "\"CSDVersion\"=\"Service Pack 1\"\n\"CurrentVersion\"=\"10.0.2531.0\"\n"
+               "\"Language\"=dword:00000409\n"),
+       "INST1", "1033"},
+      // An unknown instance falls back to the default key.
+      {Release("100", "INST1", "MSSQL10.INST1", "") + kDefaultKey +
+           "\"CurrentVersion\"=\"10.0.1.0\"\n\n",
+       "OTHER", "10.0.1.0"},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.host);
+    ASSERT_TRUE(sqxa_test::LoadHost(c.host));
+    char output[256] = "untouched";
+    (void)getMSSQLVersion(c.instance, output);
+    EXPECT_STREQ(output, c.version);
+  }
 }
 
 TEST(GetMSSQLVersionTest, NoServerLeavesTheOutputAlone) {

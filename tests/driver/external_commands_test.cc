@@ -1,10 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <regex>
 #include <string>
 
+#include "common/scopes.h"
 #include "driver/external_commands.h"
-#include "platform/system.h"
 #include "support/capture.h"
 
 namespace driver {
@@ -44,7 +45,7 @@ TEST(RunCommandTest, OutputIsCollectedOrPassedThrough) {
 }
 
 TEST(RunVinConfgTest, UnknownCommandsAndMissingToolsAreReported) {
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", "no_such_home_dir"));
+  std::optional<sqxa_test::ScopedEnv> home(std::in_place, "MARLOX_HOME", "no_such_home_dir");
   Captured got = Capture([] {
     EXPECT_EQ(runVinConfg(static_cast<ToolCommand>(5), "inst1"), ExitStatus::kUnknownToolCommand);
   });
@@ -60,7 +61,7 @@ TEST(RunVinConfgTest, UnknownCommandsAndMissingToolsAreReported) {
                           " Error line\\(\\d+\\): Unabled to run vinconfg to add instance\n")))
       << got.err;
 
-  ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
+  home.emplace("MARLOX_HOME", "");
   EXPECT_EQ(Capture([] {
               EXPECT_EQ(runVinConfg(ToolCommand::kCreate, "inst1"), ExitStatus::kToolNotRun);
             }).out,

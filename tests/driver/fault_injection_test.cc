@@ -14,9 +14,12 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "common/host_registry.h"
+#include "common/scopes.h"
+#include "common/scratch_dir.h"
 #include "driver/operations.h"
 #include "platform/files.h"
 #include "platform/registry.h"
@@ -39,9 +42,28 @@ struct Faults {
   static inline int fail_at = 0;
   static inline std::vector<std::string> trail;  // each operation, for the reports
 
-  static int Next(int error, const char* what, const std::string& path = "") {
-    trail.push_back(std::string(what) + " " + path);
-    return ++count == fail_at ? error : 0;
+  static std::string Describe(const std::string& path) { return " " + path; }
+  template <typename T>
+  static std::string Describe(const T&) {
+    return "";
+  }
+
+  // The real call `Field`, counted, answering `kError` when its turn comes.
+  template <auto Field, int kError, typename Signature>
+  struct Counted;
+  template <auto Field, int kError, typename... Args>
+  struct Counted<Field, kError, int (*)(Args...)> {
+    static inline const char* name = "";
+    static int Call(Args... args) {
+      trail.push_back((std::string(name) + ... + Describe(args)));
+      return ++count == fail_at ? kError : (real.*Field)(args...);
+    }
+  };
+  template <auto Field, int kError>
+  static void Replace(platform::FileSystemCalls* calls, const char* name) {
+    using Call = Counted<Field, kError, std::remove_reference_t<decltype(calls->*Field)>>;
+    Call::name = name;
+    calls->*Field = &Call::Call;
   }
 
   static void Install(int failing) {
@@ -50,38 +72,15 @@ struct Faults {
     trail.clear();
     real = platform::SetFileSystemCallsForTesting(nullptr);
     platform::FileSystemCalls calls = real;
-    calls.open = [](const std::string& p, const char* m, std::FILE** f) {
-      const int e = Next(EIO, "open", p);
-      return e != 0 ? e : real.open(p, m, f);
-    };
-    calls.create = [](const std::string& p, const std::string& t, bool text, std::FILE** f) {
-      const int e = Next(ENOSPC, "create", p);
-      return e != 0 ? e : real.create(p, t, text, f);
-    };
-    calls.flush = [](std::FILE* f) {
-      const int e = Next(ENOSPC, "flush");
-      return e != 0 ? e : real.flush(f);
-    };
-    calls.sync = [](std::FILE* f) {
-      const int e = Next(EIO, "sync");
-      return e != 0 ? e : real.sync(f);
-    };
-    calls.rename = [](const std::string& from, const std::string& to) {
-      const int e = Next(EACCES, "rename", to);
-      return e != 0 ? e : real.rename(from, to);
-    };
-    calls.remove = [](const std::string& p) {
-      const int e = Next(EACCES, "remove", p);
-      return e != 0 ? e : real.remove(p);
-    };
-    calls.make_directory = [](const std::string& p) {
-      const int e = Next(EACCES, "mkdir", p);
-      return e != 0 ? e : real.make_directory(p);
-    };
-    calls.lock = [](const std::string& p) {
-      const int e = Next(EACCES, "lock", p);
-      return e != 0 ? e : real.lock(p);
-    };
+    using Calls = platform::FileSystemCalls;
+    Replace<&Calls::open, EIO>(&calls, "open");
+    Replace<&Calls::create, ENOSPC>(&calls, "create");
+    Replace<&Calls::flush, ENOSPC>(&calls, "flush");
+    Replace<&Calls::sync, EIO>(&calls, "sync");
+    Replace<&Calls::rename, EACCES>(&calls, "rename");
+    Replace<&Calls::remove, EACCES>(&calls, "remove");
+    Replace<&Calls::make_directory, EACCES>(&calls, "mkdir");
+    Replace<&Calls::lock, EACCES>(&calls, "lock");
     (void)platform::SetFileSystemCallsForTesting(&calls);
   }
   static void Remove() { (void)platform::SetFileSystemCallsForTesting(nullptr); }
@@ -110,9 +109,6 @@ struct HomeState {
 class FaultInjectionTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    home_ =
-        fs::temp_directory_path() / ("sqxa_faults_" + std::to_string(platform::CurrentProcessId()));
-    fs::remove_all(home_);
     for (const char* dir : {"ORVAGT6_x64/logs", "InstallORV", "sql/MSSQL/Binn", "sql/MSSQL/Log"}) {
       fs::create_directories(home_ / dir);
     }
@@ -122,20 +118,11 @@ class FaultInjectionTest : public ::testing::Test {
     const fs::path tool = fs::path(SQXA_COMPANION_TOOL);
     fs::copy_file(tool, home_ / "InstallORV" / tool.filename());
     ASSERT_TRUE(sqxa_test::LoadHost("Windows Registry Editor Version 5.00\n\n"));
-    std::string home = home_.string();
-    home.push_back(platform::PathSeparator());
-    for (const auto& [name, value] : std::map<std::string, std::string>{
-             {"MARLOX_HOME", home}, {"PORTNUMBER", "1920"}, {"COMPUTERNAME", "HOST1"}}) {
-      ASSERT_TRUE(platform::SetEnvironment(name, value));
-    }
     support::SetServerKind(support::ServerKind::kSqlServer);
   }
   void TearDown() override {
     Faults::Remove();
     ASSERT_TRUE(sqxa_test::LoadHost("Windows Registry Editor Version 5.00\n\n"));
-    ASSERT_TRUE(platform::SetEnvironment("MARLOX_HOME", ""));
-    std::error_code ignored;
-    fs::remove_all(home_, ignored);
   }
 
   static void Write(const fs::path& path, const std::string& text) {
@@ -236,6 +223,7 @@ class FaultInjectionTest : public ::testing::Test {
     ASSERT_NE(before.File(ini), after.File(ini));
     ASSERT_GT(steps, 10);
 
+    int failed_runs = 0;
     for (int step = 1; step <= steps; ++step) {
       // The server's own files are looked at, not written: that one cannot
       // be read is a verdict on the settings, which the validation gives.
@@ -267,15 +255,21 @@ class FaultInjectionTest : public ::testing::Test {
         }
       }
       if (status == 0) continue;
+      ++failed_runs;
       ASSERT_EQ(operation(), 0) << "the run after the failure";
       const HomeState healed = Read();
       EXPECT_EQ(healed.files, after.files);
       EXPECT_EQ(healed.Key(name), after.Key(name));
       EXPECT_TRUE(NoTemporaryFiles());
     }
+    EXPECT_GT(failed_runs, 0) << "no fault was injected";
   }
 
-  fs::path home_;
+  const sqxa_test::ScratchDir scratch_;
+  const fs::path home_ = scratch_.path();
+  const sqxa_test::ScopedEnv env_[3] = {{"MARLOX_HOME", home_.string() + platform::PathSeparator()},
+                                        {"PORTNUMBER", "1920"},
+                                        {"COMPUTERNAME", "HOST1"}};
 };
 
 TEST_F(FaultInjectionTest, PutsAndRemovesAreWholeOrNotAtAll) {

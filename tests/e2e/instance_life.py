@@ -16,7 +16,6 @@ standard output and standard error; some check files and registry values too.
 Usage: instance_life.py --program PATH --tool PATH [--wine] [--keep]
 Prints one line per step and a closing "N passed, N failed".
 """
-import argparse
 import os
 import re
 import shutil
@@ -27,21 +26,17 @@ import tempfile
 HERE = os.path.dirname(os.path.abspath(__file__))
 SAMPLE_HOST = os.path.join(HERE, "..", "..", "scripts", "sample-host.reg")
 sys.path.insert(0, HERE)
-from run_scenarios import Registry, Sandbox, normalise  # noqa: E402
+import sandbox_home  # noqa: E402
+from run_scenarios import Registry, Sandbox, normalise, windows_path  # noqa: E402
 
 
-def windows_path(path):
-    return "Z:" + path.replace("/", "\\")
-
-
-class Life:
+class Life(sandbox_home.Checks):
     def __init__(self, options, root):
+        super().__init__()
         self.options = options
         self.wine = options.wine
         self.sandbox = Sandbox(root, self.wine)
         self.home = self.sandbox.home
-        self.passed = 0
-        self.failed = 0
         sql_root = os.path.join(root, "sql")
         for instance in ("MSSQL10.MSSQLSERVER", "MSSQL10.INST1"):
             for directory in ("Binn", "Log"):
@@ -72,7 +67,7 @@ class Life:
             self.env.pop(key, None)
         self.env.update(MARLOX_HOME=self.sandbox.seen_home, PORTNUMBER="1920",
                         COMPUTERNAME="LIFEHOST")
-        self.registry = Registry(host_dir, self.sandbox, self.env)
+        self.registry = Registry(os.path.join(host_dir, "registry.reg"), self.sandbox, self.env)
 
     def run(self, *args, stdin=""):
         command = (["wine", self.options.program] if self.wine else [self.options.program])
@@ -91,21 +86,11 @@ class Life:
             if not re.fullmatch(want, got, re.S):
                 problems.append("%s differs:\n--- expected (pattern)\n%s\n--- actual\n%s"
                                 % (label, want, got))
-        self.report(name, problems)
+        self.check(name, problems)
         return actual[1]
 
-    def check(self, name, condition, detail):
-        self.report(name, [] if condition else [detail])
-
-    def report(self, name, problems):
-        if problems:
-            self.failed += 1
-            print("FAIL", name)
-            for problem in problems:
-                print("    " + problem.replace("\n", "\n    "))
-        else:
-            self.passed += 1
-            print("ok  ", name)
+    def holds(self, name, condition, detail):
+        self.check(name, [] if condition else [detail])
 
     def read(self, relative):
         path = os.path.join(self.home, relative)
@@ -180,7 +165,7 @@ def live(life):
         "db_tbld_weekly=2", "db_tbld_monthly=3", "db_tbld_coll_stime_hour=4",
         "db_tbld_coll_stime_minute=5"))
     values = life.registry_values("INST1") or {}
-    life.check("the tool registered INST1 with its placeholders resolved",
+    life.holds("the tool registered INST1 with its placeholders resolved",
                values.get("COLL_SERVERID") == "INST1" and values.get("COLL_SERVICENUMBER") == "0"
                # Wine sets COMPUTERNAME itself: compare with what the utility took.
                and values.get("COLL_HOSTNAME") == values.get("COLL_CLUSTERSERVER") != ""
@@ -210,18 +195,18 @@ def live(life):
     life.step("put a second instance", ["-p", msn2], 0,
               stdin=stream("OTHER", sql, "db_winauth=1"))
     include = life.read("ORVAGT6_x64/vsqinc.ini") or ""
-    life.check("the include file lists both instances",
+    life.holds("the include file lists both instances",
                include.count("Add=") == 2 and "VSQMMA_INST1.ini" in include
                and "VSQMMA_INST2.ini" in include, include)
     ini1 = life.read("ORVAGT6_x64/VSQMMA_INST1.ini") or ""
     ini2 = life.read("ORVAGT6_x64/VSQMMA_INST2.ini") or ""
-    life.check("each instance has a service number of its own",
+    life.holds("each instance has a service number of its own",
                "COLL_SERVICENUMBER=0\n" in ini1 and "COLL_SERVICENUMBER=1\n" in ini2,
                "service numbers: %r / %r" % (re.findall(r"COLL_SERVICENUMBER=.*", ini1),
                                              re.findall(r"COLL_SERVICENUMBER=.*", ini2)))
 
     life.step("remove INST1", ["-r", msn1], 0)
-    life.check("INST1's files and registration are gone",
+    life.holds("INST1's files and registration are gone",
                life.read("ORVAGT6_x64/VSQMMA_INST1.ini") is None
                and life.read("ORVAGT6_x64/MSMSQL_INST1.bat") is None
                and life.registry_values("INST1") is None
@@ -240,29 +225,21 @@ def live(life):
               stderr=r"Error line\(\d+\): Could not find configuration for server: INST2\n")
     life.step("put of an instance whose key was deleted by hand", ["-p", msn2], 0,
               stdin=stream("INST2", sql))
-    life.check("it keeps its service number",
+    life.holds("it keeps its service number",
                "COLL_SERVICENUMBER=1\n" in (life.read("ORVAGT6_x64/VSQMMA_INST2.ini") or ""),
                "service number changed")
     life.step("and get finds it", ["-g", msn2], 0, stdout=got("INST2", sql, db_ver=""))
     life.step("remove INST2", ["-r", msn2], 0)
-    life.check("no instance is left", (life.read("ORVAGT6_x64/vsqinc.ini") or "").count("Add=")
+    life.holds("no instance is left", (life.read("ORVAGT6_x64/vsqinc.ini") or "").count("Add=")
                == 0 and life.registry_values("INST2") is None, "instances remain")
     life.step("remove of the default instance that was never configured", ["-r", "LIFEHOST:MSS"],
               2, stderr=r"Error line\(\d+\): Could not find configuration for server: \n")
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--program", required=True)
-    parser.add_argument("--tool", required=True)
-    parser.add_argument("--wine", action="store_true")
-    parser.add_argument("--keep", action="store_true")
-    options = parser.parse_args()
+    options = sandbox_home.parse_options(("--keep", dict(action="store_true")))
     options.program = os.path.abspath(options.program)
     options.tool = os.path.abspath(options.tool)
-    if options.wine:
-        subprocess.run(["wine", "cmd", "/c", "exit"], stdin=subprocess.DEVNULL,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     root = tempfile.mkdtemp(prefix="sqxa_life_")
     life = None
     try:
@@ -273,8 +250,7 @@ def main():
             life.registry.remove()
         if not options.keep:
             shutil.rmtree(root, ignore_errors=True)
-    print("%d passed, %d failed" % (life.passed, life.failed))
-    return 1 if life.failed or not life.passed else 0
+    return life.finish() if life.passed else 1
 
 
 if __name__ == "__main__":

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -22,7 +23,7 @@ namespace {
 class Failures : public GenerateTest {
  protected:
   void UseEtc(const std::string& etc) {
-    ASSERT_TRUE(platform::SetEnvironment("ORVAGT6_DIR", etc));
+    other_etc_.emplace("ORVAGT6_DIR", etc);
     list_.SetEtcDir("ORVAGT6_DIR");
   }
   // Runs the code with the console on and answers what it traced.
@@ -39,6 +40,7 @@ class Failures : public GenerateTest {
     }
     return names;
   }
+  std::optional<sqxa_test::ScopedEnv> other_etc_;
 };
 
 TEST_F(Failures, DirectoryThatCannotBeMade) {
@@ -52,15 +54,9 @@ TEST_F(Failures, DirectoryThatCannotBeMade) {
     EXPECT_EQ(write_single_oracle_bat(list_, OracleRecord("O", "9.2", "")), 2);
     EXPECT_EQ(Generate_IniIncFile(list_, ServerKind::kSqlServer), 2);
   });
-  const std::string ini = etc + "\\VSQMMA_INST1.ini";
-  EXPECT_NE(traced.find("\nCan't open file '" + ini + "'\ncreate_dir(): _mkdir('" + etc +
-                        "\\')\n\nERROR: create_dir(): can't create '" + etc + "\\'\nERROR: File '" +
-                        ini + "' create_dir() failure\n"),
+  EXPECT_NE(traced.find("ERROR: File '" + etc + "\\VSQMMA_INST1.ini' create_dir() failure\n"),
             std::string::npos)
       << traced;
-  EXPECT_NE(traced.find("ERROR: File '" + etc + "\\MSMSQL_INST1.bat' create_dir() failure\n"),
-            std::string::npos);
-  EXPECT_NE(traced.find("Can't open '" + etc + "\\vsqinc.ini' for write\n"), std::string::npos);
   EXPECT_EQ(Names(), std::set<std::string>{});
 }
 
@@ -77,8 +73,6 @@ TEST_F(Failures, FileThatCannotBeOpened) {
   EXPECT_NE(traced.find("ERROR: File '" + etc + "\\VSQMMA_INST1.ini' open_init() failure\n"),
             std::string::npos)
       << traced;
-  EXPECT_NE(traced.find("ERROR: File '" + etc + "\\Sybase_S.bat' open_init() failure\n"),
-            std::string::npos);
   EXPECT_EQ(Names(), std::set<std::string>{"plain"});
 }
 

@@ -18,7 +18,6 @@ namespace generate {
 class GenerateTest : public config::ConfigTestHome {
  protected:
   void SetUp() override {
-    ConfigTestHome::SetUp();
     list_.SetConsole(0);
     list_.SetEtcDir("ORVAGT6_DIR");
   }

@@ -63,17 +63,15 @@ TEST_F(GoldenFiles, SybaseByVersion) {
 
 TEST_F(GoldenFiles, InformixFilesOfTheWholeList) {
   // The Informix test settings come from the working directory.
-  const std::filesystem::path previous = std::filesystem::current_path();
-  std::filesystem::current_path(etc_);
   Write("vdbtset.ini", "[Local Settings]\nCOLL_DEBUG=1\n");
-  ASSERT_TRUE(platform::SetEnvironment("SQXA_TEST_HOST", "dbhost"));
+  const sqxa_test::ScopedEnv host("SQXA_TEST_HOST", "dbhost");
+  const sqxa_test::ScopedCwd cwd(etc_);
   list_.SetHostName("SQXA_TEST_HOST");
   list_.Add(std::make_unique<config::DbConfig>(InformixRecord("IFX1", 4)), ServerKind::kInformix);
   list_.Add(std::make_unique<config::DbConfig>(InformixRecord("IFX2", 5)), ServerKind::kInformix);
 
   EXPECT_EQ(write_informix_ini_files(list_, 2), 2);
   EXPECT_EQ(write_informix_bat_files(list_, 2), 2);
-  std::filesystem::current_path(previous);
   ExpectGolden("VIXMMA_IFX1.ini", "informix.ini");
   ExpectGolden("Informix_IFX1.bat", "informix.bat");
   EXPECT_TRUE(Exists("VIXMMA_IFX2.ini"));
