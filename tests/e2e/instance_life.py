@@ -234,6 +234,11 @@ def live(life):
                == 0 and life.registry_values("INST2") is None, "instances remain")
     life.step("remove of the default instance that was never configured", ["-r", "LIFEHOST:MSS"],
               2, stderr=r"Error line\(\d+\): Could not find configuration for server: \n")
+    # The default instance is registered under an empty name.
+    life.step("put of the default instance", ["-p", "LIFEHOST:MSS"], 0, stdin=stream("", sql))
+    life.step("get of the default instance", ["-g", "LIFEHOST:MSS"], 0,
+              stdout=r"INSTANCE=\n\[DBSETTINGS\]\ndb_login=sa\n.*")
+    life.step("remove of the default instance", ["-r", "LIFEHOST:MSS"], 0)
 
 
 def main():
