@@ -56,6 +56,10 @@ bool Dump(platform::Registry& hive, const std::string& path, int depth) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::string(argv[1]) == "--version") {
+    std::printf("regdump %s\n", SQXA_VERSION);
+    return 0;
+  }
   if (argc != 2) {
     std::fprintf(stderr, "usage: regdump KEY   (a key under HKEY_LOCAL_MACHINE)\n");
     return 2;

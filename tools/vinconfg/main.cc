@@ -30,6 +30,10 @@ int main(int argc, char** argv) {
   VFW::Util::useMarloxRegistryFile();
   if (argc != 2) return Usage();
   const std::string option = argv[1];
+  if (option == "--version") {
+    std::printf("vinconfg %s\n", SQXA_VERSION);
+    return 0;
+  }
   const std::string command = option.substr(0, 3);
   const std::string rest = option.size() > 3 ? option.substr(3) : std::string();
   if (command == "-ci") {
