@@ -3,7 +3,6 @@
 #include <cstdarg>
 
 #include "discovery/db_server.h"
-#include "platform/text_format.h"
 #include "support/strings.h"
 
 namespace config {
@@ -48,7 +47,7 @@ void DbConfigList::Output(Channel channel, const char* format, ...) {
 }
 
 void DbConfigList::OutputV(Channel channel, const char* format, std::va_list args) {
-  if (log_.Receives(channel)) log_.Write(channel, platform::vformat(format, args));
+  log_.OutputV(channel, format, args);
 }
 
 std::vector<std::unique_ptr<DbConfig>>* DbConfigList::Records(ServerKind kind) {

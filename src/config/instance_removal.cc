@@ -45,8 +45,8 @@ void DeleteInstanceKey(const support::KindNames& names, const std::string& name)
 void RemoveInstanceFiles(ServerKind kind, const std::string& directory, const std::string& name) {
   const support::KindNames* files = support::NamesOf(kind);
   if (files == nullptr || !files->scanned) return;
-  RemoveIfPresent(directory + "\\" + files->ini_stem + name + ".ini");
-  RemoveIfPresent(directory + "\\" + files->bat_stem + name + ".bat");
+  RemoveIfPresent(directory + "\\" + files->IniFile(name));
+  RemoveIfPresent(directory + "\\" + files->BatFile(name));
 }
 
 void RemoveInstanceKey(ServerKind kind, const std::string& name, int serviceNumber) {

@@ -34,18 +34,11 @@ struct CarriedNumbers {
   int startup_rows = 0, startup_time = 0, max_rows = 0;
 };
 
-// The value's name upper-cased once, so that each setting's name is an exact
-// compare: the scan looks every value of every instance up in these tables.
-std::string UpperName(const std::string& name) {
-  std::string upper = name;
-  for (char& c : upper) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - ('a' - 'A'));
-  }
-  return upper;
-}
-
 bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* numbers) {
-  const std::string name = UpperName(value.name);
+  // Upper-cased once, so that each setting's name is an exact compare: the
+  // scan looks every value of every instance up in these tables.
+  std::string name = value.name;
+  str_upper(name.data());
   const struct {
     const char* name;
     std::string* target;

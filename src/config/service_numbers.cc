@@ -85,7 +85,7 @@ int DbConfigList::GetServiceNumber(ServerKind kind, const DbConfig& record) {
   const support::KindNames* files = support::NamesOf(kind);
   if (files == nullptr) return -2;
   const std::string path =
-      GetEtcDir(PathForm::kResolved) + "\\" + files->ini_stem + record.getServerName() + ".ini";
+      GetEtcDir(PathForm::kResolved) + "\\" + files->IniFile(record.getServerName());
   const platform::File file = platform::OpenFile(path, "r");
   if (file == nullptr) {
     Output(Channel::kLog, "\nERROR: can't open file '%s'\n", path.c_str());

@@ -53,8 +53,8 @@ ExitStatus runVinConfg(ToolCommand command, const std::string& instanceName) {
   std::string option;
   switch (command) {
     case ToolCommand::kCreate:
-      option = "-ci" + product + "~" + home + "ORVAGT6_x64\\" + agent.ini_stem + instanceName +
-               ".ini~" + instanceName;
+      option = "-ci" + product + "~" + home + "ORVAGT6_x64\\" + agent.IniFile(instanceName) + "~" +
+               instanceName;
       break;
     case ToolCommand::kRemove:
       option = "-ui" + product + instanceName;

@@ -35,8 +35,7 @@ ExitStatus RemoveInstanceFiles(DbConfigList& configured, support::ServerKind kin
   }
   const std::string etc = configured.GetEtcDir(config::PathForm::kResolved) + "\\";
   const std::string include = etc + names->include_file;
-  const std::string files[] = {etc + names->ini_stem + instance + ".ini",
-                               etc + names->bat_stem + instance + ".bat"};
+  const std::string files[] = {etc + names->IniFile(instance), etc + names->BatFile(instance)};
   platform::FileSnapshot before[3];
   for (int i = 0; i < 3; ++i) {
     const std::string& path = i == 0 ? include : files[i - 1];

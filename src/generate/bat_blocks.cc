@@ -70,8 +70,8 @@ int WriteInstanceBat(config::DbConfigList& list, const config::DbConfig& record,
                      ServerKind kind, BatBody body) {
   list.Output(Channel::kLog, "\n%s: enter\n", writer);
   const support::KindNames& names = *support::NamesOf(kind);
-  const std::string path = list.GetEtcDir(config::PathForm::kResolved) + "\\" + names.bat_stem +
-                           record.getServerName() + ".bat";
+  const std::string path =
+      list.GetEtcDir(config::PathForm::kResolved) + "\\" + names.BatFile(record.getServerName());
   TraceExisting(list, path);
 
   ChannelFile file(list);

@@ -33,8 +33,8 @@ int WriteIncludeFile(config::DbConfigList& list, ServerKind kind, int count, con
     if (record == nullptr) continue;
     const std::string server = record->getServerName();
     list.Output(Channel::kLog, "Generate_IniIncFile: Adding line for '%s'\n", server.c_str());
-    list.Output(support::Channel::kInclude, "Add=%s\\%s%s.ini\n", etc.c_str(), names.ini_stem,
-                server.c_str());
+    list.Output(support::Channel::kInclude, "Add=%s\\%s\n", etc.c_str(),
+                names.IniFile(server).c_str());
   }
   if (const int status = file.Commit(); status != 0) {
     list.Output(Channel::kLog, "Can't write '%s', errno =%d\n", path.c_str(), status);

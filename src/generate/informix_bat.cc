@@ -46,7 +46,7 @@ int write_informix_bat_files(config::DbConfigList& list, int count) {
     if (record == nullptr) continue;
     std::string& path = CurrentFilePath();
     path = list.GetEtcDir(config::PathForm::kResolved) + "\\" +
-           support::NamesOf(kInformix)->bat_stem + record->getServerName() + ".bat";
+           support::NamesOf(kInformix)->BatFile(record->getServerName());
     // An existing file is replaced without a trace.
     ChannelFile file(list);
     if (OpenWithDirectories(list, path, &file, open_bat) != kWritten) return 0;

@@ -45,8 +45,8 @@ int Generate_IniBatFiles(config::DbConfigList& list, ServerKind kind,
   const KindWriters* writers = WritersOf(kind);
   if (writers == nullptr) return 10;
   const support::KindNames* names = support::NamesOf(kind);
-  const std::string stem = list.GetEtcDir(config::PathForm::kResolved) + "\\";
-  const std::string ini_path = stem + names->ini_stem + record.getServerName() + ".ini";
+  const std::string ini_path =
+      list.GetEtcDir(config::PathForm::kResolved) + "\\" + names->IniFile(record.getServerName());
   platform::FileSnapshot old_ini;
   if (const int status = old_ini.Take(ini_path); status != 0) {
     list.Output(Channel::kLog, "ERROR: File '%s' cannot be read, errno =%d\n", ini_path.c_str(),

@@ -35,7 +35,7 @@ int WriteInstanceIni(config::DbConfigList& list, const config::DbConfig& record,
   if (layout.writer != nullptr) list.Output(Channel::kLog, "\n%s: enter\n", layout.writer);
   std::string& path = CurrentFilePath();
   path = list.GetEtcDir(config::PathForm::kResolved) + "\\" +
-         support::NamesOf(layout.kind)->ini_stem + record.getServerName() + ".ini";
+         support::NamesOf(layout.kind)->IniFile(record.getServerName());
   list.Output(Channel::kLog, "Generating .ini file '%s'\n", path.c_str());
 
   std::unique_ptr<char[]> saved;

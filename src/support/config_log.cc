@@ -61,12 +61,14 @@ std::FILE* ConfigLog::GetStream(Channel channel) const {
 }
 
 void ConfigLog::Output(Channel channel, const char* format, ...) {
-  if (!Receives(channel)) return;
   std::va_list args;
   va_start(args, format);
-  const std::string formatted = platform::vformat(format, args);
+  OutputV(channel, format, args);
   va_end(args);
-  Write(channel, formatted);
+}
+
+void ConfigLog::OutputV(Channel channel, const char* format, std::va_list args) {
+  if (Receives(channel)) Write(channel, platform::vformat(format, args));
 }
 
 bool ConfigLog::Receives(Channel channel) const {

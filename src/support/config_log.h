@@ -16,6 +16,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdarg>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -52,6 +53,7 @@ class ConfigLog {
   void LogTimestamped(const char* text);
 
   void Output(Channel channel, const char* format, ...) SQXA_PRINTF(3, 4);
+  void OutputV(Channel channel, const char* format, std::va_list args) SQXA_PRINTF(3, 0);
   // Sends text already formatted to the channel, as Output does.
   void Write(Channel channel, std::string_view text);
   // Whether text on the channel reaches any stream: callers skip formatting

@@ -37,6 +37,14 @@ struct KindNames {
   // registry, and a remove deletes their files. The Informix writers run for
   // every record of a list, but that agent keeps its own list of instances.
   bool scanned;
+
+  // The instance's file names, without their directory.
+  [[nodiscard]] std::string IniFile(const std::string& instance) const {
+    return ini_stem + instance + ".ini";
+  }
+  [[nodiscard]] std::string BatFile(const std::string& instance) const {
+    return bat_stem + instance + ".bat";
+  }
 };
 
 // The row of a kind; null for kNone and any number outside 1 to 4.
