@@ -1,323 +1,160 @@
 #!/usr/bin/env python3
-"""Puts and removes meeting faults of their surroundings, each on a fresh
-sandbox product home:
+"""Puts and removes meeting faults of their surroundings, each on a new home:
+the instance-creation tool dies of an access violation during a put (status 6,
+naming the cause) or ends well without registering (0), and afterwards puts, a
+get and a remove work with the sound tool; a remove by a user who may not
+write the agent's directory ends 6 and leaves the instance whole (native only,
+as "nobody" when run as root); a symbolic link as the lock file: put 101,
+remove 3, nothing changed (native only: Wine follows links); 100 MB of short
+lines on standard input: status 4 at once, the program reading no further and
+staying small; a stream of the limit is taken, one byte more refused.
 
-  tool_crashes         the instance-creation tool dies of an access violation
-                       during a put: status 6, naming the cause; afterwards,
-                       with a sound tool, another instance is put, the affected
-                       one is put again, read, removed
-  tool_registers_nothing
-                       the tool ends well without registering: status 0, and
-                       the same follow-ups succeed
-  unwritable_etc       a remove run by a user who may not write the agent's
-                       directory: status 6 and the instance left whole, until a
-                       user who may write removes it (native only; as root the
-                       remove runs as "nobody")
-  lock_is_symlink      the lock file is a symbolic link: put 101, remove 3,
-                       nothing changed (native only: Wine follows the link)
-  oversized_stream     100 MB on standard input: status 4 at once, the program
-                       reading no further and staying small (its peak memory
-                       is checked natively); a stream of the limit is taken
-
-Usage: faults.py --program PATH --tool PATH --stand-in PATH [--wine]
-The tool is the companion instance-creation tool, the stand-in the test one.
-Prints one line per step and a closing "N passed, N failed".
+Usage: faults.py --program PATH --tool PATH [--stand-in PATH] [--wine]
 """
+import contextlib
 import os
 import re
 import shutil
 import subprocess
 import sys
-import tempfile
 import threading
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-import sandbox_home  # noqa: E402
+import sandbox_home as sh  # noqa: E402
 
 LIMIT = 1048576
-AEDEBUG = "HKLM\\Software\\Microsoft\\Windows NT\\CurrentVersion\\AeDebug"
+TOOL_ENDED = ("Error line({{LINE}}): vinconfg was ended by %s\n"
+              " Error line({{LINE}}): Unabled to run vinconfg to add instance\n")
+LOCKED = "Error line({{LINE}}): Unable to lock '{{HOME}}ORVAGT6_x64\\sq_xa.lock' for exclusive use"
+TOO_LARGE = ("Error line({{LINE}}): Configuration stream too large: more than %d bytes\n"
+             " Error line({{LINE}}): Error parsing config stream\n" % LIMIT)
 
 
-class Faults(sandbox_home.Checks):
-    def __init__(self, options):
-        super().__init__()
-        self.options = options
-        self.wine = options.wine
-
-    def expect(self, name, actual, status, stderr=None):
-        """`actual` is (status, stdout, stderr); `stderr` a pattern searched for."""
-        problems = []
-        if actual[0] != status:
-            problems.append("status %s, expected %d; stderr:\n%s" % (actual[0], status, actual[2]))
-        elif stderr is not None and not re.search(stderr, actual[2]):
-            problems.append("stderr lacks /%s/:\n%s" % (stderr, actual[2]))
-        return self.check(name, problems)
-
-    def case(self, function):
-        root = tempfile.mkdtemp(prefix="sqxa_faults_")
-        try:
-            home = sandbox_home.Home(root, self.options.program, self.options.tool, self.wine)
-            function(self, home)
-        finally:
-            # Files a dropped-privilege run left, and modes a case took away.
-            for directory, _, _ in os.walk(root):
-                os.chmod(directory, 0o755)
-            shutil.rmtree(root, ignore_errors=True)
-            sandbox_home.forget_registrations(self.wine)
-
-
-def whole(home, name):
-    """What is missing of a configured instance: its include line, its files."""
-    problems = []
-    if name not in home.listed():
-        problems.append("%s is not in the include file" % name)
-    if len(home.files_of(name)) != 2:
-        problems.append("%s has only %s" % (name, home.files_of(name)))
-    return problems
-
-
-def gone(home, name):
-    problems = []
-    if name in home.listed():
-        problems.append("%s is still in the include file" % name)
-    if home.files_of(name):
-        problems.append("%s left %s" % (name, home.files_of(name)))
-    return problems
-
-
-def follow_ups(t, home, case, affected):
-    """After a put whose tool went wrong, with a sound tool in its place."""
-    home.install_tool(t.options.tool)
-    t.expect(case + ": put of another instance", home.put("N2"), 0)
-    t.expect(case + ": put of %s again" % affected, home.put(affected, "again"), 0)
-    got = home.run("-g", affected + ":h:X")
-    if t.expect(case + ": get %s" % affected, got, 0):
-        t.check(case + ": the get shows the second put", [
-            None if re.search(r"^db_login=again$", got[1], re.M) else "stdout:\n" + got[1]])
-    t.expect(case + ": remove %s" % affected, home.run("-r", affected + ":h:X"), 0)
-    t.check(case + ": %s gone" % affected, gone(home, affected))
-    t.expect(case + ": get of the other instance", home.run("-g", "N2:h:X"), 0)
-
-
-class WineDebugger:
+@contextlib.contextmanager
+def wine_debugger(wine):
     """An unhandled exception under Wine starts the debugger named in AeDebug,
-    which dumps the process at length. A debugger that ends at once lets the
-    process end with its exception code, as on Windows without one."""
-
-    def __init__(self, wine):
-        self.wine = wine
-        self.saved = None
+    which dumps the process at length; one that ends at once lets the process
+    end with its exception code, as on Windows without a debugger."""
+    key = ("HKLM\\Software\\Microsoft\\Windows NT\\CurrentVersion\\AeDebug", "/v", "Debugger")
+    saved = wine and re.search(r"REG_SZ\s+(.*?)\s*$", sh.decode(subprocess.run(
+        ["wine", "reg", "query", *key], capture_output=True).stdout), re.M)
+    try:
+        yield wine and sh.quiet("wine", "reg", "add", *key, "/d", "cmd /c exit", "/f")
+    finally:
         if wine:
-            query = subprocess.run(["wine", "reg", "query", AEDEBUG, "/v", "Debugger"],
-                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-            match = re.search(r"Debugger\s+REG_SZ\s+(.*?)\s*$",
-                              sandbox_home.decode(query.stdout), re.M)
-            self.saved = match.group(1) if match else None
-            self.set("cmd /c exit")
-
-    def set(self, command):
-        subprocess.run(["wine", "reg", "add", AEDEBUG, "/v", "Debugger", "/d", command, "/f"],
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-    def restore(self):
-        if self.wine and self.saved is not None:
-            self.set(self.saved)
-        elif self.wine:
-            subprocess.run(["wine", "reg", "delete", AEDEBUG, "/v", "Debugger", "/f"],
-                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            sh.quiet("wine", "reg", *(("add", *key, "/d", saved[1]) if saved else ("delete", *key)),
+                     "/f")
 
 
-def tool_crashes(t, home):
-    home.install_tool(t.options.stand_in)
+def tool_goes_wrong(opts):
     # A sanitizer build's own fault handler would turn the crash into an
     # ordinary exit status.
-    asan = os.environ.get("ASAN_OPTIONS", "")
-    env = dict(home.env, SQXA_STAND_IN_MODE="crash",
-               ASAN_OPTIONS=(asan + ":" if asan else "") + "handle_segv=0")
-    cause = r"exception 0xC0000005" if t.wine else r"signal 11 \(Segmentation fault\)"
-    debugger = WineDebugger(t.wine)
-    try:
-        result = home.put("N1", env=env)
-    finally:
-        debugger.restore()
-    t.expect("tool_crashes: put ends 6 naming the cause", result, 6,
-             r"(?m)^Error line\(\d+\): vinconfg was ended by %s\n"
-             r" Error line\(\d+\): Unabled to run vinconfg to add instance$" % cause)
-    follow_ups(t, home, "tool_crashes", "N1")
+    asan = ":".join(filter(None, (os.environ.get("ASAN_OPTIONS"), "handle_segv=0")))
+    # Wine says so itself, from the tool's process, before the debugger starts.
+    ended = ("wine: Unhandled page fault{{ANY}}\n" + TOOL_ENDED % "exception 0xC0000005"
+             if opts.wine else TOOL_ENDED % "signal 11 (Segmentation fault)")
+    for mode, status, stderr in (("crash", 6, ended), ("registers nothing", 0, "")):
+        with sh.sandbox(opts, opts.stand_in) as home:
+            with wine_debugger(opts.wine):
+                result = home.put("N1", SQXA_STAND_IN_MODE=mode, ASAN_OPTIONS=asan)
+            home.expect("tool_goes_wrong, %s: the put" % mode, result, status, stderr=stderr)
+            home.install_tool(opts.tool)
+            results = [home.put("N2"), home.put("N1", "again"), home.run("-g", "N1:h:X"),
+                       home.run("-r", "N1:h:X"), home.run("-g", "N2:h:X")]
+            sh.check("tool_goes_wrong, %s: puts, a get and a remove afterwards" % mode, [
+                *("run %d: %s" % (i, r) for i, r in enumerate(results) if r[0] or r[2]),
+                None if "\ndb_login=again\n" in results[2][1] else results[2][1],
+                home.whole("N1", False)])
 
 
-def tool_registers_nothing(t, home):
-    home.install_tool(t.options.stand_in)
-    env = dict(home.env, SQXA_STAND_IN_MODE="noregister")
-    t.expect("tool_registers_nothing: put", home.put("N1", env=env), 0)
-    follow_ups(t, home, "tool_registers_nothing", "N1")
-
-
-def unprivileged_prefix():
-    """The command prefix that runs a program as a user without root's rights."""
-    if os.geteuid() != 0:
-        return []
-    if shutil.which("setpriv"):
-        return ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"]
-    if shutil.which("runuser"):
-        return ["runuser", "-u", "nobody", "--"]
-    return None
-
-
-def unwritable_etc(t, home):
-    name = "unwritable_etc"
-    if t.wine:
-        return t.skip(name, "under Wine every run has the rights of the user running Wine")
-    prefix = unprivileged_prefix()
-    if prefix is None:
-        return t.skip(name, "no way to run a program as another user")
-    if not t.expect(name + ": put", home.put("N1"), 0):
-        return None
-    # The other user reaches everything, may write the logs, the lock file and
-    # the registry file with its directory (so that a remove that wrongly ran
-    # the tool would be seen), but not the agent's directory itself.
-    etc = home.etc()
-    root = os.path.dirname(os.path.dirname(home.home))
-    os.chmod(root, 0o755)
-    os.chmod(home.home, 0o777)
-    open(home.etc("sq_xa.lock"), "a").close()
-    for path in (home.etc("sq_xa.lock"), os.path.join(home.home, "registry.reg")):
-        os.chmod(path, 0o666)
-    for directory, _, files in os.walk(home.etc("logs")):
-        os.chmod(directory, 0o777)
-        for file_name in files:
-            os.chmod(os.path.join(directory, file_name), 0o666)
-    os.chmod(etc, 0o555)
-    try:
-        probe = subprocess.run(prefix + ["test", "-w", etc]).returncode
-    except OSError:
-        probe = None
-    if probe != 1:
-        os.chmod(etc, 0o755)
-        return t.skip(name, "the agent's directory stays writable (or the user cannot be "
-                      "changed): %s" % probe)
-    # The build tree may lie where the other user cannot reach (a home of
-    # root's): that user runs a copy of the program from the sandbox.
-    program = home.program
-    home.program = os.path.join(home.home, os.path.basename(program))
-    shutil.copy2(program, home.program)
-    try:
+def unwritable_etc(opts):
+    # Root may write anything: the remove runs as "nobody" then.
+    prefix = ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"]
+    prefix *= os.geteuid() == 0
+    if opts.wine or (prefix and not shutil.which("setpriv")):
+        return sh.skip("unwritable_etc", "no run without the right to write the directory here")
+    with sh.sandbox(opts) as home:
+        home.expect("unwritable_etc: put", home.put("N1"), 0)
+        # The other user reaches everything and may write the logs, the lock
+        # file and the registry file with its directory (so that a remove that
+        # wrongly ran the tool would be seen), but not the agent's directory.
+        open(home.etc("sq_xa.lock"), "a").close()
+        os.chmod(home.root, 0o755)
+        for path in (home.home, home.etc("sq_xa.lock"), home.path("registry.reg"), *(
+                os.path.join(top, name) for top, dirs, names in os.walk(home.etc("logs"))
+                for name in [".", *names])):
+            os.chmod(path, 0o777)
+        os.chmod(home.etc(), 0o555)
+        if subprocess.run(prefix + ["test", "-w", home.etc()]).returncode != 1:
+            return sh.skip("unwritable_etc", "the agent's directory stays writable")
+        # The build tree may lie where the other user cannot reach: that user
+        # runs a copy of the program from the sandbox.
+        program, home.program = home.program, home.path("sq_xa")
+        shutil.copy2(program, home.program)
         result = home.run("-r", "N1:h:X", prefix=prefix)
-    finally:
-        os.chmod(etc, 0o755)
-        home.program = program
-    t.expect(name + ": remove ends 6", result, 6)
-    t.check(name + ": the instance is whole", whole(home, "N1"))
-    t.expect(name + ": it is still registered", home.run("-g", "N1:h:X"), 0)
-    t.expect(name + ": remove by a user who may write", home.run("-r", "N1:h:X"), 0)
-    t.check(name + ": the instance is gone", gone(home, "N1"))
-    return None
+        os.chmod(home.etc(), 0o755)
+        home.expect("unwritable_etc: remove ends 6", result, 6,
+                    stderr="Error line({{LINE}}): Unable to generate KxxINC.INI file\n")
+        sh.check("unwritable_etc: the instance is whole and registered",
+                 [home.whole("N1"), *home.differences(home.run("-g", "N1:h:X"), 0, None)])
+        home.expect("unwritable_etc: remove by a user who may write", home.run("-r", "N1:h:X"), 0)
+        return sh.check("unwritable_etc: the instance is gone", [home.whole("N1", False)])
 
 
-def lock_is_symlink(t, home):
-    name = "lock_is_symlink"
-    if t.wine:
-        return t.skip(name, "Wine follows a symbolic link as the file it names")
-    if not t.expect(name + ": put", home.put("OTHER"), 0):
-        return None
-    lock = home.etc("sq_xa.lock")
-    if os.path.lexists(lock):
-        os.remove(lock)
-    with open(home.etc("elsewhere"), "w") as f:
-        f.write("kept")
-    os.symlink("elsewhere", lock)
-    message = (r"(?m)^Error line\(\d+\): Unable to lock '%s' for exclusive use"
-               % re.escape(home.seen_home + "ORVAGT6_x64\\sq_xa.lock"))
-    t.expect(name + ": put ends 101", home.put("N1"), 101, message)
-    t.check(name + ": nothing of the put written", [
-        None if not home.files_of("N1") else "N1 has %s" % home.files_of("N1")])
-    t.expect(name + ": remove ends 3", home.run("-r", "OTHER:h:X"), 3, message)
-    t.check(name + ": the other instance and the link's target are whole",
-            whole(home, "OTHER") + [None if home.read("elsewhere") == "kept"
-                                    else "elsewhere holds %r" % home.read("elsewhere")])
-    return None
+def lock_is_symlink(opts):
+    if opts.wine:
+        return sh.skip("lock_is_symlink", "Wine follows a symbolic link as the file it names")
+    with sh.sandbox(opts) as home:
+        home.expect("lock_is_symlink: put", home.put("OTHER"), 0)
+        if os.path.lexists(home.etc("sq_xa.lock")):
+            os.remove(home.etc("sq_xa.lock"))
+        home.write("ORVAGT6_x64/elsewhere", "kept")
+        os.symlink("elsewhere", home.etc("sq_xa.lock"))
+        home.expect("lock_is_symlink: put ends 101", home.put("N1"), 101, "", LOCKED + "{{ANY}}\n")
+        home.expect("lock_is_symlink: remove ends 3", home.run("-r", "OTHER:h:X"), 3, "",
+                    LOCKED + "{{ANY}}\n")
+        return sh.check("lock_is_symlink: nothing changed", [
+            home.whole("N1", False), home.whole("OTHER"), *home.mismatches(
+                {"ORVAGT6_x64/elsewhere": "kept"})])
 
 
-def run_measured(home, feed):
-    """Runs a put of N1 with `feed(pipe)` writing its standard input from a
-    thread: (status, stdout, stderr), seconds, peak memory in MB (None under
-    Wine), and the bytes the feed managed to write."""
-    out_path, err_path = (os.path.join(home.home, "..", name) for name in ("out", "err"))
-    with open(out_path, "wb") as out, open(err_path, "wb") as err:
+def oversized_stream(opts):
+    with sh.sandbox(opts) as home:
+        head = home.stream("N1").encode()
+        chunk, hundred_mb, sent = b"db_include=short\n" * 4000, 100 << 20, [0]
         started = time.monotonic()
-        process = subprocess.Popen(home.command("-p", "N1:h:X"), stdin=subprocess.PIPE,
-                                   stdout=out, stderr=err, cwd=home.home, env=home.env)
-    written = [0]
+        with open(home.path("out"), "wb") as out, open(home.path("err"), "wb") as err:
+            process = subprocess.Popen(home.command("-p", "N1:h:X"), stdin=subprocess.PIPE,
+                                       stdout=out, stderr=err, cwd=home.home, env=home.env)
 
-    def write():
-        try:
-            written[0] = feed(process.stdin)
-            process.stdin.close()
-        except (BrokenPipeError, OSError):
-            pass
+        def feed():
+            with contextlib.suppress(OSError):
+                process.stdin.write(head)
+                while sent[0] < hundred_mb:
+                    sent[0] += process.stdin.write(chunk)
+                process.stdin.close()
 
-    writer = threading.Thread(target=write, daemon=True)
-    writer.start()
-    _, wait_status, usage = os.wait4(process.pid, 0)
-    seconds = time.monotonic() - started
-    process.returncode = os.waitstatus_to_exitcode(wait_status)
-    writer.join(timeout=30)
-    with open(out_path, "rb") as out, open(err_path, "rb") as err:
-        result = (process.returncode, sandbox_home.decode(out.read()),
-                  sandbox_home.decode(err.read()))
-    peak = None if home.wine else usage.ru_maxrss / 1024.0
-    return result, seconds, peak, written
-
-
-def oversized_stream(t, home):
-    name = "oversized_stream"
-    message = (r"(?m)^Error line\(\d+\): Configuration stream too large: more than %d bytes\n"
-               r" Error line\(\d+\): Error parsing config stream$" % LIMIT)
-    head = home.stream("N1").encode()
-    line = b"db_include=short\n"
-    hundred_mb = 100 << 20
-
-    # (One long value over the limit is a scenario of run_scenarios.py.)
-    def short_lines(pipe):
-        chunk = line * (65536 // len(line))
-        sent = 0
-        pipe.write(head)
-        while sent < hundred_mb:
-            pipe.write(chunk)
-            sent += len(chunk)
-        return sent
-
-    result, seconds, peak, written = run_measured(home, short_lines)
-    t.expect("%s: 100 MB of short lines ends 4" % name, result, 4, message)
-    problems = gone(home, "N1")
-    if seconds > 30:
-        problems.append("it took %.1f s" % seconds)
-    if peak is not None and peak > 64:
-        problems.append("its peak memory was %.0f MB" % peak)
-    if written[0] >= hundred_mb:
-        problems.append("it read the whole stream")
-    detail = "%.1f s" % seconds + (", %.0f MB" % peak if peak is not None else "")
-    t.check("%s: refused quickly, small, nothing written (%s)" % (name, detail), problems)
-    # The limit itself: a stream of exactly that many bytes is taken.
-    for extra, status in ((0, 0), (1, 4)):
-        body = head + b"db_extparms="
-        stream = body + b"x" * (LIMIT - len(body) - 1 + extra) + b"\n"
-        t.expect("%s: a stream of %d bytes ends %d" % (name, len(stream), status),
-                 home.run("-p", "N1:h:X", stdin=stream), status, message if status else None)
-
-
-def main():
-    options = sandbox_home.parse_options(("--stand-in", dict(required=True)))
-    options.tool = os.path.abspath(options.tool)
-    options.stand_in = os.path.abspath(options.stand_in)
-
-    faults = Faults(options)
-    for function in (tool_crashes, tool_registers_nothing, unwritable_etc, lock_is_symlink,
-                     oversized_stream):
-        faults.case(function)
-    return faults.finish()
+        writer = threading.Thread(target=feed, daemon=True)
+        writer.start()
+        _, wait_status, usage = os.wait4(process.pid, 0)
+        seconds, peak = time.monotonic() - started, None if opts.wine else usage.ru_maxrss >> 10
+        writer.join(timeout=30)
+        result = (os.waitstatus_to_exitcode(wait_status), home.read("out"), home.read("err"))
+        sh.check("oversized_stream: 100 MB of short lines refused at once (%.1f s, %s MB)"
+                 % (seconds, peak), [*home.differences(result, 4, "", TOO_LARGE),
+                                     home.whole("N1", False), seconds > 30 and "too slow",
+                                     (peak or 0) > 64 and "too big",
+                                     sent[0] >= hundred_mb and "it read the whole stream"])
+        # The limit itself: a stream of exactly that many bytes is taken.
+        for extra, status in ((0, 0), (1, 4)):
+            body = head + b"db_extparms="
+            stream = body + b"x" * (LIMIT - len(body) - 1 + extra) + b"\n"
+            home.expect("oversized_stream: %d bytes end %d" % (len(stream), status),
+                        home.run("-p", "N1:h:X", stdin=stream), status, None,
+                        TOO_LARGE if status else None)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(sh.main([(f.__name__, f) for f in (tool_goes_wrong, unwritable_etc, lock_is_symlink,
+                                                 oversized_stream)]))

@@ -1,156 +1,229 @@
-"""A sandbox product home for the scripts that run many puts on one home: the
-agent's directory with its management-agent settings, one SQL Server home
-(sql/MSSQL with its server program and error log) and an instance-creation
-tool installed as InstallORV/vinconfg.
+"""What the end-to-end scripts share: their options, a sandbox product home
+with the program run on it (natively, or under Wine with the home on drive Z:)
+and the host's registry, expected texts, and the report: a line per check
+("ok", "FAIL" and its problems, "skip") and a closing "N passed, N failed".
 
-Home wraps one such home with the program that runs on it, natively or under
-Wine, and reads back what the runs left there."""
+Expected texts may hold {{LINE}} (a source line number), {{TID}} (a thread
+identifier), {{HOME}} (the home as the program sees it, its final separator
+included), {{ANY}} (any text on one line) and {{REPEAT:<count>:<text>}}; line
+ends are compared as LF."""
 import argparse
 import os
 import re
 import shutil
 import subprocess
-import sys
+import tempfile
 
-MARLOX_KEY = "HKLM\\Software\\Marlox"
-
-
-def prepare(home, tool, wine=False):
-    """Fills `home` (a path ending in "/"); answers the SQL Server home as the
-    program sees it (with backslashes; under Wine on drive Z:)."""
-    for directory in ("ORVAGT6_x64/logs", "InstallORV", "sql/MSSQL/Binn", "sql/MSSQL/Log"):
-        os.makedirs(os.path.join(home, directory))
-    for name in ("sql/MSSQL/Binn/sqlservr.exe", "sql/MSSQL/Log/ERRORLOG"):
-        with open(os.path.join(home, name), "w") as f:
-            f.write("x")
-    with open(os.path.join(home, "ORVAGT6_x64", "vsqmma.ini"), "w") as f:
-        f.write("[Local Settings]\nCOLL_TRACE=ERROR\n")
-    install_tool(home, tool, wine)
-    return ("Z:" if wine else "") + home.replace("/", "\\") + "sql\\MSSQL"
+SQL = "sql/MSSQL10.INST1/MSSQL"
+# What a home holds unless told otherwise: the agent's management-agent
+# settings and SQL Server instance INST1.
+BASE = {"ORVAGT6_x64/vsqmma.ini": "[Local Settings]\nCOLL_TRACE=ERROR\nMTIRA_HIST_DIR=somewhere"
+                                  "\n\n[Other]\nX=1\n",
+        SQL + "/Binn/sqlservr.exe": "x", SQL + "/Log/ERRORLOG": "x"}
+CLEARED = ("MARLOX_KEYFILE", "SQ_XA_TRACE", "SQ_XA_TRACE_FILE", "ORVAGT6_DIR", "COLL_SERVERID",
+           "COLL_SERVICENUMBER", "COLL_WRAPLINES", "COLL_NUMOUTBAK", "SQXA_STAND_IN_MODE",
+           "SQXA_STAND_IN_EXIT", "SQXA_STAND_IN_FLOOD")
+PLACEHOLDER = re.compile(r"(\{\{(?:LINE|TID|HOME|ANY)\}\}|\{\{REPEAT:\d+:.*?\}\})", re.S)
+REPEAT = re.compile(r"\{\{REPEAT:(\d+):(.*?)\}\}", re.S)
+counts = {"passed": 0, "failed": 0}
 
 
-def install_tool(home, tool, wine=False):
-    target = os.path.join(home, "InstallORV", "vinconfg.exe" if wine else "vinconfg")
-    shutil.copyfile(os.path.abspath(tool), target)
-    os.chmod(target, 0o755)
+def options():
+    """--tool is the companion instance-creation tool, --stand-in the test one
+    (by default beside --tool); --only takes a pattern of case names."""
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--program", required=True, type=os.path.abspath)
+    parser.add_argument("--tool", required=True, type=os.path.abspath)
+    parser.add_argument("--stand-in", type=os.path.abspath)
+    for flag in ("--wine", "--keep"):
+        parser.add_argument(flag, action="store_true")
+    parser.add_argument("--only")
+    parser.add_argument("--rounds", type=int, default=1)
+    opts = parser.parse_args()
+    opts.stand_in = opts.stand_in or os.path.join(
+        os.path.dirname(opts.tool), "vinconfg_stand_in" + os.path.splitext(opts.tool)[1])
+    if opts.wine:  # Its first program starts the prefix's services, which
+        quiet("wine", "cmd", "/c", "exit")  # would hold a run's pipes open.
+    return opts
 
 
-def start_wine():
-    """The first program of a Wine session starts the prefix's services, which
-    would inherit (and hold open) the pipes of a run."""
-    subprocess.run(["wine", "cmd", "/c", "exit"], stdin=subprocess.DEVNULL,
-                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
-
-def forget_registrations(wine):
-    """Under Wine the tool registers in the prefix's registry, which outlives
-    the home; a test prefix has no product keys of its own."""
-    if wine:
-        subprocess.run(["wine", "reg", "delete", MARLOX_KEY, "/f"],
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+def quiet(*command):
+    return subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL).returncode
 
 
 def decode(data):
     return data.decode("utf-8", "surrogateescape").replace("\r\n", "\n")
 
 
+def read(path):
+    if os.path.isfile(path):
+        with open(path, "rb") as f:
+            return f.read().decode("utf-8", "surrogateescape")
+    return None
+
+
+def tree(folder):
+    """The files under `folder`, as {relative path: text}."""
+    return {os.path.relpath(os.path.join(top, name), folder): read(os.path.join(top, name))
+            for top, _, names in os.walk(folder) for name in names}
+
+
+def check(name, problems):
+    problems = [p for p in problems if p]
+    counts["failed" if problems else "passed"] += 1
+    print("FAIL" if problems else "ok  ", name, flush=True)
+    for problem in problems:
+        print("    " + problem.rstrip().replace("\n", "\n    "), flush=True)
+    return not problems
+
+
+def skip(name, reason):
+    print("skip", name + ":", reason, flush=True)
+
+
+def main(cases):
+    """Runs the (name, function of the options) cases; answers the status."""
+    opts = options()
+    for name, case in cases:
+        if not opts.only or re.search(opts.only, name):
+            try:
+                case(opts)
+            except (OSError, RuntimeError, subprocess.SubprocessError) as error:
+                check(name, ["%s: %s" % (type(error).__name__, error)])
+    print("%(passed)d passed, %(failed)d failed" % counts)
+    return 1 if counts["failed"] or not counts["passed"] else 0
+
+
+def sandbox(opts, tool=None, files=BASE, root=None):
+    tool = opts.tool if tool is None else tool
+    return Home(root, opts.program, tool, opts.wine, files, opts.keep)
+
+
 class Home:
-    def __init__(self, root, program, tool, wine):
-        self.wine = wine
-        self.program = os.path.abspath(program)
-        self.home = os.path.join(root, "home") + "/"
-        self.seen_home = ("Z:" + self.home.replace("/", "\\")) if wine else self.home
-        self.sql = prepare(self.home, tool, wine)
-        self.env = dict(os.environ)
-        for key in ("MARLOX_KEYFILE", "SQ_XA_TRACE", "SQ_XA_TRACE_FILE", "ORVAGT6_DIR",
-                    "COLL_SERVERID", "COLL_SERVICENUMBER", "SQXA_STAND_IN_MODE",
-                    "SQXA_STAND_IN_EXIT", "SQXA_STAND_IN_FLOOD"):
-            self.env.pop(key, None)
+    """A home under `root` (else a new temporary directory) holding `files`
+    ({relative path: text}) and `tool` as InstallORV/vinconfg. Leaving it as a
+    context deletes it and, under Wine, the product's and SQL Server's keys,
+    of which a test prefix has none of its own."""
+
+    def __init__(self, root, program, tool, wine, files=BASE, keep=False):
+        self.root = root or tempfile.mkdtemp(prefix="sqxa_e2e_")
+        self.program, self.wine, self.keep = os.path.abspath(program), wine, keep
+        self.home = os.path.join(self.root, "home") + "/"
+        self.seen_home = "Z:" + self.home.replace("/", "\\") if wine else self.home
+        self.sql = self.seen_home + SQL.replace("/", "\\")
+        os.makedirs(self.home)
+        for relative, text in files.items():
+            self.write(relative, text)
+        if tool:
+            self.install_tool(tool)
+        self.env = {k: v for k, v in os.environ.items() if k not in CLEARED}
         self.env.update(MARLOX_HOME=self.seen_home, PORTNUMBER="1920", COMPUTERNAME="HOST1",
-                        MARLOX_REGISTRY=os.path.join(self.home, "registry.reg"))
+                        MARLOX_REGISTRY=self.path("registry.reg"))
 
-    def install_tool(self, tool):
-        install_tool(self.home, tool, self.wine)
+    def __enter__(self):
+        return self
 
-    def command(self, *args):
-        return (["wine"] if self.wine else []) + [self.program] + list(args)
+    def __exit__(self, *_):
+        for key in ("Marlox", "Microsoft\\Microsoft SQL Server", "Microsoft\\MSSQLServer"):
+            if self.wine:
+                quiet("wine", "reg", "delete", "HKLM\\Software\\" + key, "/f")
+        for top, _, _ in os.walk(self.root):  # Modes a case took away.
+            os.chmod(top, 0o755)
+        if not self.keep:
+            shutil.rmtree(self.root, ignore_errors=True)
 
-    def run(self, *args, stdin=b"", env=None, prefix=()):
-        """Runs the program to its end: (status, stdout, stderr)."""
-        result = subprocess.run(list(prefix) + self.command(*args), input=stdin,
-                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, cwd=self.home,
-                                env=env or self.env, timeout=300)
-        return result.returncode, decode(result.stdout), decode(result.stderr)
-
-    def stream(self, instance, login="sa", password="p"):
-        return ("INSTANCE=%s\n[DBSETTINGS]\ndb_login=%s\ndb_password=%s\ndb_home=%s\n"
-                "db_errorlog=%s\\Log\\ERRORLOG\n" % (instance, login, password, self.sql,
-                                                    self.sql))
-
-    def put(self, instance, login="sa", env=None, password="p"):
-        stream = self.stream(instance, login, password)
-        return self.run("-p", instance + ":h:X", stdin=stream.encode(), env=env)
+    def path(self, *names):
+        return os.path.join(self.home, *names)
 
     def etc(self, *names):
-        return os.path.join(self.home, "ORVAGT6_x64", *names)
+        return self.path("ORVAGT6_x64", *names)
 
-    def read(self, *names):
-        """A file of the agent's directory, or None."""
-        try:
-            with open(self.etc(*names), "rb") as f:
-                return decode(f.read())
-        except OSError:
-            return None
+    def substitute(self, text):
+        return REPEAT.sub(lambda m: m[2] * int(m[1]), text).replace("{{HOME}}", self.seen_home)
+
+    def write(self, relative, text):
+        os.makedirs(os.path.dirname(self.path(relative)), exist_ok=True)
+        with open(self.path(relative), "wb") as f:
+            f.write(self.substitute(text).encode("utf-8", "surrogateescape"))
+
+    def read(self, relative):
+        text = read(self.path(relative))
+        return None if text is None else text.replace("\r\n", "\n")
+
+    def install_tool(self, tool):
+        target = self.path("InstallORV", "vinconfg.exe" if self.wine else "vinconfg")
+        os.makedirs(os.path.dirname(target), exist_ok=True)
+        shutil.copyfile(tool, target)
+        os.chmod(target, 0o755)
+
+    def use_registry(self, source):
+        """The host's registry: the home's registry file, or imported by Wine."""
+        if not self.wine:
+            return shutil.copyfile(source, self.path("registry.reg"))
+        # Wine's reg now and then fails an import that works when repeated.
+        if all(quiet("wine", "reg", "import", "Z:" + source.replace("/", "\\")) for _ in range(3)):
+            raise RuntimeError("reg import failed for " + source)
+        return None
+
+    def command(self, *args):
+        return (["wine"] if self.wine else []) + [self.program, *args]
+
+    def run(self, *args, stdin="", prefix=(), **env):
+        """(status, stdout, stderr) of a run, `env` added to the home's."""
+        if isinstance(stdin, str):
+            stdin = stdin.encode("utf-8", "surrogateescape")
+        done = subprocess.run([*prefix, *self.command(*args)], input=stdin, capture_output=True,
+                              cwd=self.home, env=dict(self.env, **env), timeout=300)
+        return done.returncode, decode(done.stdout), decode(done.stderr)
+
+    def stream(self, instance, login="sa", password="p", *lines):
+        return "".join(line + "\n" for line in (
+            "INSTANCE=" + instance, "[DBSETTINGS]", "db_login=" + login, "db_password=" + password,
+            "db_home=" + self.sql, "db_errorlog=%s\\Log\\ERRORLOG" % self.sql, *lines))
+
+    def put(self, instance, login="sa", password="p", **env):
+        stream = self.stream(instance, login, password)
+        return self.run("-p", instance + ":h:X", stdin=stream, **env)
+
+    def pattern(self, text):
+        out = []
+        for part in PLACEHOLDER.split(text):
+            repeat = REPEAT.fullmatch(part)
+            out.append("(?:%s){%s}" % (re.escape(repeat[2]), repeat[1]) if repeat else
+                       {"{{LINE}}": r"\d+", "{{TID}}": r"\d+", "{{ANY}}": r"[^\n]*",
+                        "{{HOME}}": re.escape(self.seen_home)}.get(part, re.escape(part)))
+        return re.compile("".join(out), re.S)
+
+    def differences(self, result, status, stdout="", stderr=""):
+        """How (status, stdout, stderr) differs; None takes any output."""
+        problems = [] if result[0] == status else [
+            "status %s, expected %d; stderr:\n%s" % (result[0], status, result[2])]
+        for label, want, got in (("stdout", stdout, result[1]), ("stderr", stderr, result[2])):
+            if want is not None and not self.pattern(want).fullmatch(got):
+                problems.append("%s differs:\n--- expected\n%s\n--- actual\n%s"
+                                % (label, want, got))
+        return problems
+
+    def expect(self, name, result, status, stdout="", stderr=""):
+        return check(name, self.differences(result, status, stdout, stderr))
+
+    def mismatches(self, files):
+        """How the home's files differ from `files` ({relative path: text})."""
+        got = {relative: self.read(relative) for relative in files}
+        return ["file %s: %s" % (relative, got[relative]) for relative, want in files.items()
+                if got[relative] is None or not self.pattern(want).fullmatch(got[relative])]
 
     def listed(self):
         """The instances the include file names, in its order, repeats kept."""
-        return re.findall(r"VSQMMA_(.*?)\.ini$", self.read("vsqinc.ini") or "", re.M)
+        return re.findall(r"VSQMMA_(.*?)\.ini$", self.read("ORVAGT6_x64/vsqinc.ini") or "", re.M)
 
-    def files_of(self, instance):
-        """The instance's .ini and .bat files that exist."""
-        return [name for name in ("VSQMMA_%s.ini" % instance, "MSMSQL_%s.bat" % instance)
-                if os.path.exists(self.etc(name))]
-
-
-class Checks:
-    """Named checks, each printed as it ends: "ok", "FAIL" with its problems,
-    or "skip"; finish() prints the closing "N passed, N failed"."""
-
-    def __init__(self):
-        self.passed = self.failed = self.skipped = 0
-
-    def check(self, name, problems):
-        problems = [p for p in problems if p]
-        if problems:
-            self.failed += 1
-            print("FAIL", name)
-            for problem in problems:
-                print("    " + problem.rstrip().replace("\n", "\n    "))
-        else:
-            self.passed += 1
-            print("ok  ", name)
-        sys.stdout.flush()
-        return not problems
-
-    def skip(self, name, reason):
-        self.skipped += 1
-        print("skip", name + ":", reason)
-
-    def finish(self):
-        print("%d passed, %d failed" % (self.passed, self.failed))
-        return 1 if self.failed else 0
-
-
-def parse_options(*extra):
-    """The options every script takes (--program, --tool, --wine) and `extra`
-    ones, as (name, keyword arguments) pairs; starts Wine when asked for."""
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--program", required=True)
-    parser.add_argument("--tool", required=True)
-    parser.add_argument("--wine", action="store_true")
-    for name, settings in extra:
-        parser.add_argument(name, **settings)
-    options = parser.parse_args()
-    if options.wine:
-        start_wine()
-    return options
+    def whole(self, instance, whole=True):
+        """A problem unless the instance is listed once with both its files
+        (or, if not `whole`, wholly gone)."""
+        count, files = self.listed().count(instance), [
+            n for n in ("VSQMMA_%s.ini" % instance, "MSMSQL_%s.bat" % instance)
+            if os.path.exists(self.etc(n))]
+        if (count, len(files)) != ((1, 2) if whole else (0, 0)):
+            return "%s: listed %d times, files %s" % (instance, count, files)
+        return None
