@@ -64,8 +64,8 @@ def tool_goes_wrong(opts):
                        home.run("-r", "N1:h:X"), home.run("-g", "N2:h:X")]
             sh.check("tool_goes_wrong, %s: puts, a get and a remove afterwards" % mode, [
                 *("run %d: %s" % (i, r) for i, r in enumerate(results) if r[0] or r[2]),
-                None if "\ndb_login=again\n" in results[2][1] else results[2][1],
-                home.whole("N1", False)])
+                None if "\ndb_login=again\n" in results[2][1] else "get: %r" % results[2][1],
+                home.whole("N1", False), home.whole("N2")])
 
 
 def unwritable_etc(opts):
@@ -150,9 +150,10 @@ def oversized_stream(opts):
         for extra, status in ((0, 0), (1, 4)):
             body = head + b"db_extparms="
             stream = body + b"x" * (LIMIT - len(body) - 1 + extra) + b"\n"
-            home.expect("oversized_stream: %d bytes end %d" % (len(stream), status),
-                        home.run("-p", "N1:h:X", stdin=stream), status, None,
-                        TOO_LARGE if status else None)
+            result = home.run("-p", "N1:h:X", stdin=stream)
+            sh.check("oversized_stream: %d bytes end %d" % (len(stream), status), [
+                *home.differences(result, status, None, TOO_LARGE if status else None),
+                home.whole("N1")])
 
 
 if __name__ == "__main__":
