@@ -38,14 +38,15 @@ def nowhere_else(opts):
     with sh.sandbox(opts) as home:
         for name, secret in (("N1", SECRET), ("N2", HEX_SECRET), ("N3", LONG_SECRET)):
             put, get = home.put(name, "sa", secret, **TRACE), home.run("-g", name + ":h:X", **TRACE)
-            extra = {path for path, text in sh.tree(home.home).items() if secret[-40:] in text}
+            tail = secret[-40:]
+            extra = {path for path, text in sh.tree(home.home).items() if tail in text}
             extra -= {"registry.reg", "ORVAGT6_x64/VSQMMA_%s.ini" % name,
                       "ORVAGT6_x64/MSMSQL_%s.bat" % name}
             sh.check("nowhere_else: the password of " + name, [
                 *home.differences(put, 0), *home.differences(get, 0, None),
                 None if re.search("^db_password=%s$" % home.pattern(ENCIPHERED).pattern, get[1],
                                   re.M) else "get: " + get[1],
-                secret in put[1] + get[1] and "printed", extra and "%s hold it" % sorted(extra),
+                tail in put[1] + get[1] and "printed", extra and "%s hold it" % sorted(extra),
                 None if os.path.exists(home.etc("logs", "sq_xa.trc")) else "no trace written"])
         modes = {path: os.path.exists(home.path(path)) and oct(os.stat(home.path(path)).st_mode)
                  for path in ("ORVAGT6_x64/logs/dbcfg_N1.log", "ORVAGT6_x64/logs/sq_xa.trc",
@@ -76,7 +77,7 @@ def broken_key_files(opts):
                  "other users may read or write it"),
                 ("a dangling link", lambda: os.symlink(key + ".gone", key), 3,
                  "it does not exist")][:6 - opts.wine]:
-            os.rmdir(key) if os.path.isdir(key) and not os.path.islink(key) else os.remove(key)
+            (os.rmdir if os.path.isdir(key) and not os.path.islink(key) else os.remove)(key)
             make()
             home.expect("broken_key_files: a key file " + name, home.run("-g", "N1:h:X"), 6, "",
                         "({{TID}})CRY_Encrypt failed with error [%d]\nError line({{LINE}}): Unable "
