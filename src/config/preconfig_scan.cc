@@ -40,7 +40,7 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
   std::string name = value.name;
   str_upper(name.data());
   const struct {
-    const char* name;
+    std::string_view name;
     std::string* target;
   } texts[] = {{"COLL_SERVERID", &text->server_id},
                {"COLL_LOGON", &text->logon},
@@ -63,7 +63,7 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
     }
   }
   const struct {
-    const char* name;
+    std::string_view name;
     int* target;
   } decimals[] = {{"COLL_SERVICENUMBER", &text->service_number},
                   {"COLL_TBLD_DAILY_FREQUENCY", &numbers->daily},
