@@ -52,7 +52,10 @@ class ValueIndex {
   size_t Find(std::string_view name) {
     if (values_.size() <= kCompared) {
       for (size_t i = 0; i < values_.size(); ++i) {
-        if (!removed_[i] && RegNamesEqual(values_[i].name, name)) return i;
+        const std::string& candidate = values_[i].name;
+        if (candidate.size() == name.size() && !removed_[i] && RegNamesEqual(candidate, name)) {
+          return i;
+        }
       }
       return kNone;
     }
