@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -34,13 +35,11 @@ struct CarriedNumbers {
   int startup_rows = 0, startup_time = 0, max_rows = 0;
 };
 
-bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* numbers) {
-  // Upper-cased once, so that each setting's name is an exact compare: the
-  // scan looks every value of every instance up in these tables.
-  std::string name = value.name;
-  str_upper(name.data());
+// Keeps `value` when its name (`name`, in capitals) is that of a setting.
+bool Take(std::string_view name, const platform::RegValue& value, ScannedValues* text,
+          CarriedNumbers* numbers) {
   const struct {
-    const char* name;
+    std::string_view name;
     std::string* target;
   } texts[] = {{"COLL_SERVERID", &text->server_id},
                {"COLL_LOGON", &text->logon},
@@ -63,7 +62,7 @@ bool Take(const platform::RegValue& value, ScannedValues* text, CarriedNumbers* 
     }
   }
   const struct {
-    const char* name;
+    std::string_view name;
     int* target;
   } decimals[] = {{"COLL_SERVICENUMBER", &text->service_number},
                   {"COLL_TBLD_DAILY_FREQUENCY", &numbers->daily},
@@ -99,6 +98,9 @@ bool ReadRegistration(DbConfigList& list, platform::Registry* hive, const std::s
                 key_path.c_str());
   } else {
     platform::RegValue value;
+    // Names in capitals, so that each setting's name is an exact compare: the
+    // scan looks every value of every instance up in the tables of Take.
+    std::string name;
     for (uint32_t i = 0;; ++i) {
       list.Output(Channel::kLog, "ScanPreConfig: acquiring registry key value #%d\n",
                   static_cast<int>(i));
@@ -107,11 +109,15 @@ bool ReadRegistration(DbConfigList& list, platform::Registry* hive, const std::s
                     static_cast<int>(i));
         break;
       }
-      const bool secret = str_icmp(value.name.c_str(), "COLL_PASSWORD") == 0;
+      name.assign(value.name);
+      str_upper(name.data());
+      // As C text, as the log shows the name: one that goes on after a zero
+      // byte is still the password's.
+      const bool secret = std::strcmp(name.c_str(), "COLL_PASSWORD") == 0;
       list.Output(Channel::kLog, "ScanPreConfig: acquired registry key value #%d (%s) = '%s'\n",
                   static_cast<int>(i), value.name.c_str(),
                   secret ? support::MaskedSecret(value.data) : value.data.c_str());
-      if (!Take(value, text, numbers)) {
+      if (!Take(name, value, text, numbers)) {
         list.Output(Channel::kLog, "ScanPreConfig: ignoring registry key value #%d: '%s'\n",
                     static_cast<int>(i), value.name.c_str());
       }

@@ -1,5 +1,5 @@
 // The authenticated cipher of the key-file store: AES-256 in Galois/Counter mode
-// with a 12-byte nonce and a 16-byte tag (OpenSSL's EVP interface on POSIX
+// with a 12-byte nonce and a 16-byte tag (OpenSSL's default provider on POSIX
 // systems, CNG on Windows). Both backends give the same bytes for the same
 // input, so a text enciphered by one build is deciphered by the other.
 #pragma once

@@ -35,6 +35,13 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 [[nodiscard]] int MakeDirectory(const std::string& path);
 // Renames, replacing an existing target.
 [[nodiscard]] int RenameFile(const std::string& from, const std::string& to);
+// A renamed or newly created file is durable once the directory that holds it
+// is synced. Where that takes a call of its own (POSIX), the directories
+// changed are synced once each: before a file is removed (so that what was
+// renamed before is never lost while the removal stays), before a child
+// process starts, when this is called and when the process exits; not after
+// every file, since a put writes three files in one directory.
+void SyncChangedDirectories();
 // The names in a directory, without "." and "..", in no set order.
 [[nodiscard]] int ListDirectory(const std::string& path, std::vector<std::string>* names);
 

@@ -38,5 +38,8 @@ namespace platform::internal {
 [[nodiscard]] int SystemMakeDirectory(const std::string& native_path);
 [[nodiscard]] int SystemListDirectory(const std::string& native_path,
                                       std::vector<std::string>* names);
+// Notes that the directory holding `native_path` has a new entry to sync
+// (see SyncChangedDirectories).
+void SyncDirectoryLater(const std::string& native_path);
 
 }  // namespace platform::internal

@@ -5,8 +5,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -37,6 +40,38 @@ bool FileExists(const std::string& path) {
 bool DirectoryExists(const std::string& path) {
   struct stat info;
   return stat(NativePath(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+namespace {
+
+std::mutex& ChangedLock() {
+  static std::mutex lock;
+  return lock;
+}
+
+// The directories with entries not yet synced.
+std::vector<std::string>& ChangedDirectories() {
+  static std::vector<std::string> directories;
+  return directories;
+}
+
+}  // namespace
+
+void SyncChangedDirectories() {
+  std::vector<std::string> directories;
+  {
+    const std::lock_guard<std::mutex> hold(ChangedLock());
+    directories.swap(ChangedDirectories());
+  }
+  // The files are in place whatever this answers; only their durability is
+  // at stake.
+  for (const std::string& directory : directories) {
+    const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd >= 0) {
+      (void)fsync(fd);
+      close(fd);
+    }
+  }
 }
 
 namespace internal {
@@ -78,6 +113,7 @@ int SystemFinish(std::FILE* file, const std::string& native_target) {
 }
 
 int SystemRemove(const std::string& native_path) {
+  SyncChangedDirectories();
   return unlink(native_path.c_str()) == 0 ? 0 : errno;
 }
 
@@ -102,17 +138,21 @@ unsigned long ProcessNumber() { return static_cast<unsigned long>(getpid()); }
 
 int SystemRename(const std::string& native_from, const std::string& native_to) {
   if (std::rename(native_from.c_str(), native_to.c_str()) != 0) return errno;
-  // Make the new directory entry durable too; the rename itself has succeeded
-  // whatever this answers.
-  const std::string::size_type slash = native_to.rfind('/');
-  const std::string directory =
-      slash == std::string::npos ? "." : (slash == 0 ? "/" : native_to.substr(0, slash));
-  const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd >= 0) {
-    (void)fsync(fd);
-    close(fd);
-  }
+  SyncDirectoryLater(native_to);
   return 0;
+}
+
+void SyncDirectoryLater(const std::string& native_path) {
+  const std::string::size_type slash = native_path.rfind('/');
+  std::string directory =
+      slash == std::string::npos ? "." : (slash == 0 ? "/" : native_path.substr(0, slash));
+  const std::lock_guard<std::mutex> hold(ChangedLock());
+  std::vector<std::string>& changed = ChangedDirectories();
+  if (std::find(changed.begin(), changed.end(), directory) == changed.end()) {
+    changed.push_back(std::move(directory));
+  }
+  static const bool at_exit = std::atexit(SyncChangedDirectories) == 0;
+  (void)at_exit;
 }
 
 int SystemSync(std::FILE* file) { return fsync(fileno(file)) == 0 ? 0 : errno; }

@@ -36,6 +36,9 @@ bool DirectoryExists(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+// Renames are written through (MOVEFILE_WRITE_THROUGH): nothing is left to sync.
+void SyncChangedDirectories() {}
+
 namespace internal {
 
 int SystemOpen(const std::string& native_path, const char* mode, std::FILE** file) {

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "platform/files.h"
+#include "platform/files_internal.h"
 #include "platform/private_file.h"
 #include "platform/system.h"
 
@@ -50,19 +51,6 @@ int WriteAll(int fd, std::string_view contents) {
   return 0;
 }
 
-// Makes the new directory entry durable; the file is published whatever this
-// answers.
-void SyncDirectoryOf(const std::string& native_path) {
-  const std::string::size_type slash = native_path.rfind('/');
-  const std::string directory =
-      slash == std::string::npos ? "." : (slash == 0 ? "/" : native_path.substr(0, slash));
-  const int fd = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd >= 0) {
-    (void)fsync(fd);
-    close(fd);
-  }
-}
-
 int WriteAndPublish(Descriptor* descriptor, const std::string& temporary, const std::string& target,
                     std::string_view contents) {
   int status = WriteAll(descriptor->get(), contents);
@@ -88,7 +76,7 @@ int CreatePrivateFile(const std::string& path, std::string_view contents) {
     }
     const int status = WriteAndPublish(&descriptor, temporary, target, contents);
     unlink(temporary.c_str());
-    if (status == 0) SyncDirectoryOf(target);
+    if (status == 0) internal::SyncDirectoryLater(target);
     return status;
   }
   return EAGAIN;  // only stale temporaries, not the target, took the names

@@ -92,6 +92,8 @@ class PosixProcess final : public Process {
 
   bool Start() override {
     if (pid_ > 0) return false;
+    // What this run has published is durable before another program acts on it.
+    SyncChangedDirectories();
     IgnoreBrokenPipes();
     Pipe in, out, err;
     if (!in.Open() || !out.Open() || !err.Open()) return false;

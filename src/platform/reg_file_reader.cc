@@ -29,7 +29,7 @@ uint64_t LastLine(std::string_view text) {
 }
 
 // Drops the values marked removed, keeping the order of the others.
-void DropRemoved(const std::vector<bool>& removed, std::vector<RegValue>* values) {
+void DropRemoved(const std::vector<uint8_t>& removed, std::vector<RegValue>* values) {
   size_t kept = 0;
   for (size_t i = 0; i < values->size(); ++i) {
     if (removed[i]) continue;
@@ -38,6 +38,41 @@ void DropRemoved(const std::vector<bool>& removed, std::vector<RegValue>* values
   }
   values->resize(kept);
 }
+
+// The live value of a given name among those read so far. A key holds a few
+// dozen values, compared in place; only a key with many more gets a table of
+// folded names, which is then kept up to date as values are added.
+class ValueIndex {
+ public:
+  static constexpr size_t kNone = static_cast<size_t>(-1);
+
+  ValueIndex(const std::vector<RegValue>& values, const std::vector<uint8_t>& removed)
+      : values_(values), removed_(removed) {}
+
+  size_t Find(std::string_view name) {
+    if (values_.size() <= kCompared) {
+      for (size_t i = 0; i < values_.size(); ++i) {
+        const std::string& candidate = values_[i].name;
+        if (candidate.size() == name.size() && !removed_[i] && RegNamesEqual(candidate, name)) {
+          return i;
+        }
+      }
+      return kNone;
+    }
+    for (; indexed_ < values_.size(); ++indexed_) {
+      by_name_[reg::FoldName(values_[indexed_].name)] = indexed_;  // the later one lives
+    }
+    const auto found = by_name_.find(reg::FoldName(name));
+    return found == by_name_.end() || removed_[found->second] ? kNone : found->second;
+  }
+
+ private:
+  static constexpr size_t kCompared = 64;
+  const std::vector<RegValue>& values_;
+  const std::vector<uint8_t>& removed_;
+  std::unordered_map<std::string, size_t> by_name_;  // folded name -> index
+  size_t indexed_ = 0;
+};
 
 }  // namespace
 
@@ -173,8 +208,10 @@ std::vector<RegFile::KeyId> RegFile::SubKeys(KeyId key) const {
 
 std::vector<RegValue> RegFile::Values(KeyId key) const {
   std::vector<RegValue> values;
-  std::vector<bool> removed;
-  std::unordered_map<std::string, size_t> by_name;  // folded name -> index in values
+  std::vector<uint8_t> removed;  // bytes: a bit vector's access costs more
+  values.reserve(16);
+  removed.reserve(16);
+  ValueIndex by_name(values, removed);
   for (uint32_t id = nodes_[key].first_section; id != kNone; id = sections_[id].next) {
     const Section& section = sections_[id];
     reg::LineCursor cursor(text_, section.begin, text_.size(), section.first_line);
@@ -185,20 +222,16 @@ std::vector<RegValue> RegFile::Values(KeyId key) const {
       reg::ValueLine parsed;
       if (reg::ParseValueLine(line, &cursor, utf16_data_, &parsed) != nullptr)
         continue;  // see Index
-      const auto found = by_name.find(reg::FoldName(parsed.value.name));
+      const size_t found = by_name.Find(parsed.value.name);
       if (parsed.remove) {
-        if (found != by_name.end()) {
-          removed[found->second] = true;
-          by_name.erase(found);
-        }
-      } else if (found != by_name.end()) {
-        RegValue& kept = values[found->second];  // keeps its place and the case of its name
+        if (found != ValueIndex::kNone) removed[found] = 1;
+      } else if (found != ValueIndex::kNone) {
+        RegValue& kept = values[found];  // keeps its place and the case of its name
         kept.type = parsed.value.type;
         kept.data = std::move(parsed.value.data);
       } else {
-        by_name.emplace(reg::FoldName(parsed.value.name), values.size());
         values.push_back(std::move(parsed.value));
-        removed.push_back(false);
+        removed.push_back(0);
       }
     }
   }

@@ -1,6 +1,7 @@
 // Reading value lines. Every line of a file is checked when it is indexed, and
 // the lines of a key parsed again when its values are asked for, so the common
 // cases (names, runs of "xx,") take the short ways.
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -54,28 +55,27 @@ bool SkipQuoted(std::string_view* rest) {
   }
 }
 
+// The text up to the closing quote found as SkipQuoted finds it, with each
+// \\ and \" taken as one character; most texts have no backslash at all.
 bool CopyQuoted(std::string_view* rest, std::string* out) {
-  const char* text = rest->data();
-  const size_t size = rest->size();
-  size_t i = 0;
-  while (i < size) {
-    size_t stop = i;
-    while (stop < size && text[stop] != '"' && text[stop] != '\\') ++stop;
-    out->append(text + i, stop - i);
-    if (stop == size) return false;
-    if (text[stop] == '"') {
-      rest->remove_prefix(stop + 1);
-      return true;
-    }
-    if (stop + 1 < size && (text[stop + 1] == '\\' || text[stop + 1] == '"')) {
-      out->push_back(text[stop + 1]);
-      i = stop + 2;
-    } else {
-      out->push_back('\\');
-      i = stop + 1;
-    }
+  const std::string_view all = *rest;
+  if (!SkipQuoted(rest)) return false;
+  const std::string_view quoted = all.substr(0, all.size() - rest->size() - 1);
+  if (quoted.find('\\') == std::string_view::npos) {
+    out->append(quoted);
+    return true;
   }
-  return false;
+  out->reserve(out->size() + quoted.size());
+  for (size_t i = 0; i < quoted.size();) {
+    const size_t slash = std::min(quoted.find('\\', i), quoted.size());
+    out->append(quoted.substr(i, slash - i));
+    if (slash == quoted.size()) break;
+    const bool pair =
+        slash + 1 < quoted.size() && (quoted[slash + 1] == '\\' || quoted[slash + 1] == '"');
+    out->push_back(pair ? quoted[slash + 1] : '\\');
+    i = slash + (pair ? 2 : 1);
+  }
+  return true;
 }
 
 // Reads a quoted text whose opening quote is already taken off `*rest`, leaving

@@ -13,11 +13,18 @@ namespace {
 constexpr size_t kHexLineWidth = 76;
 constexpr char kDigits[] = "0123456789abcdef";
 
+// Copies the runs between the characters to escape whole: a file is mostly
+// names and paths, and is written whole at each change.
 void AppendQuoted(std::string_view text, std::string* out) {
   out->push_back('"');
-  for (char c : text) {
-    if (c == '\\' || c == '"') out->push_back('\\');
-    out->push_back(c);
+  for (size_t start = 0;;) {
+    size_t special = start;
+    while (special < text.size() && text[special] != '\\' && text[special] != '"') ++special;
+    out->append(text.substr(start, special - start));
+    if (special == text.size()) break;
+    out->push_back('\\');
+    out->push_back(text[special]);
+    start = special + 1;
   }
   out->push_back('"');
 }

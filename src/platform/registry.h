@@ -94,6 +94,9 @@ class Registry {
                                        std::unique_ptr<RegistryKey>* key) = 0;
   // Deletes a key that has no subkeys (kRegAccessDenied when it has some).
   [[nodiscard]] virtual long DeleteKey(const std::string& path, uint32_t access) = 0;
+  // Deletes a key with its values and every key below it (RegDeleteTree on
+  // Windows; one rewrite of the file for the file-backed hive).
+  [[nodiscard]] virtual long DeleteTree(const std::string& path) = 0;
   // Makes `values` the whole set of values of the key at `path`, in their
   // order (a later value of the same name replaces an earlier one), creating
   // the key and any missing parents; its subkeys stay. The file-backed hive

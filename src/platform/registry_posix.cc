@@ -348,6 +348,17 @@ class FileRegistry final : public Registry {
     });
   }
 
+  long DeleteTree(const std::string& path) override {
+    return ModifyHive(file_, [&](RegTree* tree, bool* changed) {
+      RegTree::KeyId id = RegTree::kRoot;
+      if (!tree->FindKey(path, &id)) return kRegFileNotFound;
+      if (id == RegTree::kRoot) return kRegAccessDenied;
+      tree->DeleteKey(id);  // with its subtree
+      *changed = true;
+      return kRegSuccess;
+    });
+  }
+
   long ReplaceValues(const std::string& path, const std::vector<RegValue>& values) override {
     for (const RegValue& value : values) {
       if (!CanStore(value.name, value.type, value.data)) return kRegInvalidParameter;

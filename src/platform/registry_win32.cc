@@ -130,6 +130,11 @@ class Win32Registry final : public Registry {
     return RegDeleteKeyExA(hive_, path.c_str(), access & (KEY_WOW64_64KEY | KEY_WOW64_32KEY), 0);
   }
 
+  long DeleteTree(const std::string& path) override {
+    if (path.empty()) return kRegAccessDenied;  // never the hive itself
+    return RegDeleteTreeA(hive_, path.c_str());
+  }
+
   long ReplaceValues(const std::string& path, const std::vector<RegValue>& values) override {
     std::vector<std::string> stored(values.size());
     for (size_t i = 0; i < values.size(); ++i) {

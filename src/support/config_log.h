@@ -18,6 +18,7 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -75,9 +76,14 @@ class ConfigLog {
 
   int console_;
   std::string log_name_;
+  // The log's buffer: the C library takes a size only with a buffer given, and
+  // its own would be a page. Declared before the log, which is closed first.
+  std::unique_ptr<char[]> log_buffer_;
   platform::File log_;
   std::FILE* files_[3] = {};  // ini, include, bat
   std::chrono::steady_clock::time_point flushed_;
+  unsigned unflushed_lines_ = 0;
+  std::string line_;  // the line being formatted; its storage serves every line
 };
 
 inline constexpr int kFlushIntervalMs = 100;

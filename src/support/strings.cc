@@ -9,8 +9,9 @@
 
 char* str_upper(char* text) {
   if (text == nullptr) return nullptr;
+  // ASCII's capitals, as the "C" locale the program keeps gives them.
   for (char* p = text; *p != '\0'; ++p) {
-    *p = static_cast<char>(std::toupper(static_cast<unsigned char>(*p)));
+    if (*p >= 'a' && *p <= 'z') *p = static_cast<char>(*p - 'a' + 'A');
   }
   return text;
 }

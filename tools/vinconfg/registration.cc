@@ -36,25 +36,6 @@ std::vector<platform::RegValue> EnvironmentValues(const InstanceFile& file,
   return values;
 }
 
-// Deletes `path` and every key below it.
-long DeleteTree(platform::Registry& hive, const std::string& path) {
-  std::vector<std::string> children;
-  {
-    std::unique_ptr<platform::RegistryKey> key;
-    const long status = hive.OpenKey(path, platform::kKeyRead, &key);
-    if (status != platform::kRegSuccess) return status;
-    std::string name;
-    for (uint32_t i = 0; key->EnumSubKey(i, &name) == platform::kRegSuccess; ++i) {
-      children.push_back(name);
-    }
-  }
-  for (const std::string& child : children) {
-    const long status = DeleteTree(hive, path + "\\" + child);
-    if (status != platform::kRegSuccess && status != platform::kRegFileNotFound) return status;
-  }
-  return hive.DeleteKey(path, 0);
-}
-
 }  // namespace
 
 int RegisterInstance(const std::string& iniPath, const std::string& instance) {
@@ -110,7 +91,7 @@ int UnregisterInstance(const std::string& product, const std::string& instance) 
   for (size_t i = 0; status == platform::kRegSuccess && i < versions.size(); ++i) {
     const std::string path = versions_path + "\\" + versions[i] + "\\" +
                              (instance.empty() ? std::string("Environment") : instance);
-    status = DeleteTree(*hive, path);
+    status = hive->DeleteTree(path);
     if (status == platform::kRegFileNotFound) status = platform::kRegSuccess;
   }
   if (status != platform::kRegSuccess) {
