@@ -9,7 +9,7 @@ whole-process lookup of one key (regdump). Prints one table of medians and
 their ratio to the bare start.
 
 Usage: whole_process.py --bin build/native/bin [--instances 49] [--runs 20]
-                        [--smoke] [--keep]
+                        [--smoke] [--keep] [--wine]
 """
 import argparse
 import json
@@ -27,12 +27,16 @@ import sandbox_home  # noqa: E402
 HIVE_BYTES = 50 << 20
 
 
-def sample_registry(path, sandbox):
-    """The sample host of the demonstration, its paths in the sandbox."""
+def sample_registry(home, root, wine):
+    """The sample host of the demonstration, its paths in the sandbox: the
+    home's registry file, or imported into Wine's registry."""
     with open(os.path.join(HERE, "..", "scripts", "sample-host.reg")) as f:
         text = f.read()
+    seen = ("Z:" if wine else "") + root + "/"
+    path = os.path.join(root, "sample-host.reg")
     with open(path, "w") as f:
-        f.write(text.replace("@SANDBOX@", sandbox.replace("/", "\\\\")))
+        f.write(text.replace("@SANDBOX@", seen.replace("/", "\\\\")))
+    home.use_registry(path)
 
 
 def large_hive(path):
@@ -74,23 +78,37 @@ def main():
     parser.add_argument("--runs", type=int, default=20)
     parser.add_argument("--smoke", action="store_true", help="3 runs, no large hive")
     parser.add_argument("--keep", action="store_true", help="keep the sandbox and print its path")
+    parser.add_argument("--wine", action="store_true",
+                        help="the Windows build (--bin build/windows/bin) under Wine, in a "
+                             "prefix of its own; no large hive (Wine keeps its own registry)")
     options = parser.parse_args()
     if shutil.which("hyperfine") is None:
         sys.exit("whole_process.py: hyperfine is missing (scripts/install-deps --bench)")
     bin_dir = os.path.abspath(options.bin)
     runs = 3 if options.smoke else options.runs
 
+    exe = ".exe" if options.wine else ""
+    if options.wine:
+        os.environ.setdefault("WINEPREFIX", os.path.join(bin_dir, "..", "bench-wineprefix"))
+        os.environ.setdefault("WINEDEBUG", "-all")
+        os.environ.setdefault("WINEDLLOVERRIDES", "mscoree,mshtml=")
+        # The prefix's services started before any timing, and one server for
+        # the whole run.
+        sandbox_home.quiet("wine", "cmd", "/c", "exit")
+        subprocess.run(["wineserver", "-p"], check=False)
+
     root = tempfile.mkdtemp(prefix="sqxa_bench_")
+    home = sandbox_home.Home(root, os.path.join(bin_dir, "sq_xa" + exe),
+                             os.path.join(bin_dir, "vinconfg" + exe), options.wine,
+                             keep=options.keep)
     try:
-        home = sandbox_home.Home(root, os.path.join(bin_dir, "sq_xa"),
-                                 os.path.join(bin_dir, "vinconfg"), wine=False)
-        sample_registry(home.env["MARLOX_REGISTRY"], root + "/")
+        sample_registry(home, root, options.wine)
         for i in range(options.instances):
             status, _, err = home.put("INST%02d" % i)
             if status != 0:
                 sys.exit("put INST%02d failed (%d): %s" % (i, status, err))
 
-        program = shlex.quote(home.program)
+        program = " ".join(shlex.quote(word) for word in home.command())
         stream_file = os.path.join(root, "stream.txt")
         with open(stream_file, "w") as f:
             f.write(home.stream("INST07"))
@@ -102,7 +120,9 @@ def main():
         # Commands without redirections run without a shell (-N); the others
         # through one, whose own start hyperfine measures and subtracts.
         cases = [
-            ("bare process start", "/bin/true", None, {}),
+            ("bare process start", "/bin/true", None, {}) if not options.wine else
+            ("bare process start (regdump --version)", "wine %s --version"
+             % shlex.quote(os.path.join(bin_dir, "regdump.exe")), None, {}),
             ("get", "%s -g INST07:h:X" % program, None, {}),
             ("put, existing instance", "%s -p INST07:h:X < %s >/dev/null"
              % (program, shlex.quote(stream_file)), None, {}),
@@ -110,7 +130,7 @@ def main():
             ("remove", remove_new + " >/dev/null", put_new, {}),
             ("instance name (-i)", "%s -i INST07:h:X" % program, None, {}),
         ]
-        if not options.smoke:
+        if not options.smoke and not options.wine:
             hive = os.path.join(root, "large.reg")
             deep = large_hive(hive)
             cases.append(("50 MB registry: one key (regdump)", "%s %s"
@@ -143,10 +163,11 @@ def main():
         for label, median in results:
             print("| %s | %.1f ms | %.1f |" % (label, median, median / bare))
     finally:
+        home.__exit__(None, None, None)
         if options.keep:
             print("sandbox kept:", root)
-        else:
-            shutil.rmtree(root, ignore_errors=True)
+        if options.wine:
+            subprocess.run(["wineserver", "-k"], check=False)
 
 
 if __name__ == "__main__":
