@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -16,14 +17,22 @@
 
 namespace sqxa_test {
 
+// Runs `create`, which makes the file `path`, and expects nobody but the
+// current user to have access to it (a file mode natively, an access list on
+// Windows; key_file_mode.cc and key_file_acl.cc).
+void ExpectCreatedPrivate(const std::function<void()>& create, const std::string& path);
+
+inline std::string Contents(const std::string& path) {
+  std::string contents;
+  return platform::ReadFileContents(path, &contents) == 0 ? contents : "<unreadable>";
+}
+
 class KeyHomeTest : public ::testing::Test {
  protected:
   std::string KeyFile(const std::string& name = "default") const {
     return (home_.path() / "keyfiles" / (name + ".key")).string();
   }
-
-  // Puts `contents` in place as the key file `path`, private as the cipher
-  // wants it (a file that others may read is refused).
+  // Puts `contents` in place as the key file `path`, private as the cipher wants it.
   static void WritePrivate(const std::string& path, const std::string& contents) {
     (void)platform::RemoveFile(path);
     ASSERT_EQ(platform::CreatePrivateFile(path, contents), 0) << path;
@@ -57,11 +66,6 @@ inline std::string Decrypt(std::string_view text, int* status) {
   }
   CRY_Free(result);
   return clear;
-}
-
-inline std::string Contents(const std::string& path) {
-  std::string contents;
-  return platform::ReadFileContents(path, &contents) == 0 ? contents : "<unreadable>";
 }
 
 }  // namespace sqxa_test

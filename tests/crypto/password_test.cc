@@ -1,13 +1,11 @@
+#include "crypto/password.h"
+
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
-#include "crypto/key_file_cipher.h"
 #include "crypto/key_home.h"
 #include "crypto/legacy_cipher.h"
-#include "crypto/password.h"
-#include "platform/system.h"
 #include "support/capture.h"
 #include "support/message.h"
 
@@ -15,24 +13,24 @@ namespace {
 
 class PasswordTest : public sqxa_test::KeyHomeTest {
  protected:
-  void SetUp() override {
-    KeyHomeTest::SetUp();
-    msg_reset_for_testing();
-  }
-  void TearDown() override {
-    msg_reset_for_testing();
-    KeyHomeTest::TearDown();
-  }
+  void SetUp() override { msg_reset_for_testing(); }
+  void TearDown() override { msg_reset_for_testing(); }
 
-  static std::string Legacy2(const std::string& clear, const char* key1, const char* key2) {
+  static std::string Legacy2(const std::string& clear, const char* key2 = "INST1") {
     std::string text;
-    EXPECT_EQ(legacy::EncodeSecondGeneration(clear, key1, key2, &text), legacy::Encoded::kText);
+    EXPECT_EQ(legacy::EncodeSecondGeneration(clear, "sa", key2, &text), legacy::Encoded::kText);
     return text;
   }
   static std::string Legacy1(const std::string& clear) {
     std::string text;
     EXPECT_EQ(legacy::EncodeFirstGenerationForTesting(clear, &text), legacy::Encoded::kText);
     return text;
+  }
+  static std::string Keyed(const std::string& clear) {
+    char* text = Encrypt0100(clear.c_str());
+    std::string copy = text != nullptr ? text : "<failed>";
+    CRY_Free(text);
+    return copy;
   }
   // The clear text of a key-file text; "<failed>" when it is none.
   static std::string Clear(const std::string& text) {
@@ -45,12 +43,7 @@ class PasswordTest : public sqxa_test::KeyHomeTest {
 };
 
 TEST_F(PasswordTest, Encrypt0100AndDecrypt0100) {
-  char* text = Encrypt0100("secret");
-  ASSERT_NE(text, nullptr);
-  EXPECT_EQ(std::strncmp(text, CRY_MARKER, CRY_MARKER_LENGTH), 0);
-  EXPECT_STREQ(Decrypt0100(text), "secret");
-  CRY_Free(text);
-
+  EXPECT_STREQ(Decrypt0100(Keyed("secret").c_str()), "secret");
   EXPECT_EQ(Encrypt0100(nullptr), nullptr);
   EXPECT_EQ(Encrypt0100(""), nullptr);
   EXPECT_EQ(Decrypt0100(nullptr), nullptr);
@@ -58,139 +51,88 @@ TEST_F(PasswordTest, Encrypt0100AndDecrypt0100) {
   // Texts that are no key-file texts come back as they are, the marker alone too.
   EXPECT_STREQ(Decrypt0100("plain"), "plain");
   EXPECT_STREQ(Decrypt0100(CRY_MARKER), CRY_MARKER);
-}
 
-TEST_F(PasswordTest, Decrypt0100ResultsEndAtItsBufferWhichIsWipedBeforeReuse) {
-  const std::string longest(149, 'p');
+  // Results end at the 150-byte buffer, which no clear text outlives.
+  const std::string longest(149, 'p'), overlong(150, 'p');
   EXPECT_EQ(Decrypt0100(longest.c_str()), longest);
-  // No byte of an earlier clear text outlives the next call or the wipe.
   const char* buffer = Decrypt0100("ab");
   ASSERT_NE(buffer, nullptr);
   EXPECT_EQ(std::string(buffer, 150), "ab" + std::string(148, '\0'));
   WipeDecrypt0100Result();
   EXPECT_EQ(std::string(buffer, 150), std::string(150, '\0'));
-  char* text = Encrypt0100(longest.c_str());
-  EXPECT_EQ(Clear(text), longest);
-  CRY_Free(text);
-
-  const std::string overlong(150, 'p');
-  text = Encrypt0100(overlong.c_str());
+  EXPECT_EQ(Clear(Keyed(longest)), longest);
+  const std::string keyed = Keyed(overlong);
   const Captured got = Capture([&] {
     EXPECT_EQ(Decrypt0100(overlong.c_str()), nullptr);
-    EXPECT_EQ(Decrypt0100(text), nullptr);
+    EXPECT_EQ(Decrypt0100(keyed.c_str()), nullptr);
   });
-  CRY_Free(text);
   EXPECT_NE(got.err.find("does not fit"), std::string::npos) << got.err;
 }
 
-TEST_F(PasswordTest, ConvertToKeyFileForm) {
-  const std::string foreign = Legacy2("other keys", "sa", "INST2");
+// Both directions under the key texts "sa" and "INST1". To the key-file form,
+// a text of 64 characters is read as a first-generation text, any other as a
+// second-generation one, and hexadecimal digits that are neither (a 64-digit
+// hash, another key's text) are a clear password after all. From it, other
+// lengths are clear text as they stand, and a marked clear text has no legacy
+// form. "<left>": no conversion, the password unchanged; "-": not tried.
+TEST_F(PasswordTest, ConversionsChooseTheDecoderByLength) {
+  const std::string foreign = Legacy2("other keys", "INST2");
+  const std::string overlong(legacy::kSecondGenerationCapacity + 1, 'x');
   const struct {
-    std::string stored, clear;
+    std::string stored, to, from;
   } cases[] = {
-      {"secret", "secret"},
-      {"#secret", "secret"},
-      {"#0123", "0123"},
-      {"#", ""},
-      {Legacy2("from legacy", "sa", "INST1"), "from legacy"},
-      {Legacy1("first generation"), "first generation"},
-      // Hexadecimal digits that are no legacy text under the key texts are a
-      // clear password after all: "123456", a 64-digit hash, another key's text.
-      {"123456", "123456"},
-      {std::string(64, '0'), std::string(64, '0')},
-      {foreign, foreign},
+      {"secret", "secret", "secret"},
+      {"#secret", "secret", ""},
+      {"#", "", "-"},
+      {"DEADBEEF", "DEADBEEF", "DEADBEEF"},
+      {Legacy2("second"), "second", "second"},
+      {Legacy1("first"), "first", "first"},
+      {std::string(64, '0'), std::string(64, '0'), "<left>"},
+      {foreign, foreign, "<left>"},
+      {overlong, overlong, "<left>"},
+      {"", "<left>", "<left>"},
+      {"NONE", "<left>", "NONE"},
+      {Keyed("via key file"), "-", "via key file"},
+      {Keyed(overlong), "-", "<left>"},
+      {std::string(CRY_MARKER) + "garbage", "-", "<left>"},
+  };
+  // What a conversion gave: the clear text of its result, or "<left>".
+  const auto outcome = [](bool converted, const std::string& before, const std::string& after) {
+    return converted ? after : after == before ? "<left>" : "<changed>";
   };
   for (const auto& c : cases) {
-    std::string password = c.stored;
-    const Captured got =
-        Capture([&] { EXPECT_TRUE(convertToVDBPassword(&password, "sa", "INST1")) << c.stored; });
-    EXPECT_EQ(got.out + got.err, "");  // nothing said of a conversion that worked
-    EXPECT_EQ(Clear(password), c.clear) << c.stored;
+    SCOPED_TRACE(c.stored);
+    std::string to = c.stored, from = c.stored, clear;
+    bool converted = false;
+    const Captured got = Capture([&] { converted = convertToVDBPassword(&to, "sa", "INST1"); });
+    const std::string to_clear =
+        c.to == "-" ? "-" : outcome(converted, c.stored, converted ? Clear(to) : to);
+    EXPECT_EQ(converted ? got.out + got.err : "", "");  // nothing said of a conversion that worked
+    Capture([&] { converted = convertFromVDBPassword(&from, "sa", "INST1"); });
+    if (converted && !from.empty()) {
+      EXPECT_EQ(from.size(), legacy::kSecondGenerationDigits);
+      EXPECT_EQ(legacy::DecodeSecondGeneration(from, "sa", "INST1", &clear),
+                legacy::Decoded::kClearText);
+      from = clear;
+    }
+    const std::string from_clear = c.from == "-" ? "-" : outcome(converted, c.stored, from);
+    EXPECT_EQ(to_clear + " / " + from_clear, c.to + " / " + c.from);
   }
-  // Null key texts are the module's defaults, as in the length switch.
-  std::string password = "defaults";
+}
+
+// Null key texts are the module's defaults, as in the length switch, which
+// reads 64 characters as a first-generation text.
+TEST_F(PasswordTest, DefaultKeyTextsAndTheLengthSwitch) {
+  std::string password = "defaults", clear, first;
   ASSERT_TRUE(convertFromVDBPassword(&password, nullptr, nullptr));
+  EXPECT_TRUE(decodeVDBPassword(password, &clear) && decodeVDBPassword(Legacy1("first"), &first));
+  EXPECT_EQ(clear + "|" + first, "defaults|first");
+  EXPECT_FALSE(decodeVDBPassword("NONE", &clear));
   EXPECT_TRUE(convertToVDBPassword(&password, nullptr, nullptr));
   EXPECT_EQ(Clear(password), "defaults");
 }
 
-TEST_F(PasswordTest, ConvertToLeavesWhatItCannotConvert) {
-  for (const std::string& stored : {std::string(), std::string("NONE")}) {
-    std::string password = stored;
-    Capture([&] { EXPECT_FALSE(convertToVDBPassword(&password, "sa", "INST1")) << stored; });
-    EXPECT_EQ(password, stored);
-  }
-  // Without a key file location the cipher fails.
-  sqxa_test::ScopedEnv no_home("MARLOX_HOME", std::nullopt);
-  std::string password = "secret";
-  const Captured got =
-      Capture([&] { EXPECT_FALSE(convertToVDBPassword(&password, "sa", "INST1")); });
-  EXPECT_EQ(password, "secret");
-  EXPECT_NE(got.err.find("CRY_Encrypt failed with error [2]"), std::string::npos) << got.err;
-}
-
-TEST_F(PasswordTest, ConvertFromChoosesTheDecoderByLength) {
-  char* keyed = Encrypt0100("via key file");
-  const struct {
-    std::string stored, clear;
-  } cases[] = {
-      {keyed, "via key file"},
-      {Legacy1("first"), "first"},
-      {Legacy2("second", "sa", "INST1"), "second"},
-      {"DEADBEEF", "DEADBEEF"},  // other lengths are clear text as they stand
-      {"#secret", ""},           // a marked clear text has no legacy form
-  };
-  CRY_Free(keyed);
-  for (const auto& c : cases) {
-    std::string password = c.stored;
-    ASSERT_TRUE(convertFromVDBPassword(&password, "sa", "INST1")) << c.stored;
-    if (c.clear.empty()) {
-      EXPECT_EQ(password, "");
-      continue;
-    }
-    ASSERT_EQ(password.size(), legacy::kSecondGenerationDigits);
-    std::string clear;
-    EXPECT_EQ(legacy::DecodeSecondGeneration(password, "sa", "INST1", &clear),
-              legacy::Decoded::kClearText);
-    EXPECT_EQ(clear, c.clear);
-  }
-}
-
-TEST_F(PasswordTest, ConvertFromLeavesWhatItCannotConvert) {
-  const std::string overlong(legacy::kSecondGenerationCapacity + 1, 'x');
-  char* keyed = Encrypt0100(overlong.c_str());
-  const std::string cases[] = {"", overlong, keyed, Legacy2("other keys", "sa", "INST2"),
-                               std::string(CRY_MARKER) + "garbage"};
-  CRY_Free(keyed);
-  for (const std::string& stored : cases) {
-    std::string password = stored;
-    Capture([&] { EXPECT_FALSE(convertFromVDBPassword(&password, "sa", "INST1")) << stored; });
-    EXPECT_EQ(password, stored);
-  }
-}
-
-TEST_F(PasswordTest, LengthSwitchUsesTheDefaultKeyTexts) {
-  std::string defaults = "with defaults";
-  ASSERT_TRUE(convertFromVDBPassword(&defaults, nullptr, nullptr));
-  const struct {
-    std::string text, clear;
-  } cases[] = {{Legacy1("first"), "first"},
-               {defaults, "with defaults"},
-               {"#secret", "secret"},
-               {"plain", "plain"}};
-  for (const auto& c : cases) {
-    std::string clear;
-    EXPECT_TRUE(decodeVDBPassword(c.text, &clear)) << c.text;
-    EXPECT_EQ(clear, c.clear);
-  }
-  std::string clear;
-  EXPECT_FALSE(decodeVDBPassword("NONE", &clear));
-  const std::string foreign = Legacy2("x", "sa", "INST1");
-  EXPECT_TRUE(decodeVDBPassword(foreign, &clear));
-  EXPECT_EQ(clear, foreign);
-}
-
-TEST_F(PasswordTest, NoMessageCarriesAPassword) {
+TEST_F(PasswordTest, FailuresAreReportedWithoutThePassword) {
   const std::string secret = "Sup3r-s3cret";
   std::string output;
   const auto run = [&](auto code) {
@@ -201,17 +143,20 @@ TEST_F(PasswordTest, NoMessageCarriesAPassword) {
   run([&] { (void)convertToVDBPassword(&hexadecimal, "sa", "INST1"); });
   std::string overlong = secret + std::string(40, 'x');
   run([&] { (void)convertFromVDBPassword(&overlong, "sa", "INST1"); });
-  char* keyed = Encrypt0100(secret.c_str());
-  std::string damaged = keyed;
-  CRY_Free(keyed);
+  std::string damaged = Keyed(secret);
   damaged[CRY_MARKER_LENGTH + 20] = damaged[CRY_MARKER_LENGTH + 20] == 'A' ? 'B' : 'A';
   run([&] { EXPECT_EQ(Decrypt0100(damaged.c_str()), nullptr); });
+  // Without a key file location the cipher fails and the password stays.
   sqxa_test::ScopedEnv no_home("MARLOX_HOME", std::nullopt);
   std::string plain = secret;
-  run([&] { (void)convertToVDBPassword(&plain, "sa", "INST1"); });
+  run([&] { EXPECT_FALSE(convertToVDBPassword(&plain, "sa", "INST1")); });
+  EXPECT_EQ(plain, secret);
   run([&] { EXPECT_EQ(Encrypt0100(secret.c_str()), nullptr); });
 
-  EXPECT_NE(output.find("CRY_Decrypt failed with error [8]"), std::string::npos) << output;
+  for (const char* message :
+       {"CRY_Decrypt failed with error [8]", "CRY_Encrypt failed with error [2]"}) {
+    EXPECT_NE(output.find(message), std::string::npos) << output;
+  }
   for (const std::string& password :
        {secret, std::string("C0FFEE0123"), damaged.substr(CRY_MARKER_LENGTH)}) {
     EXPECT_EQ(output.find(password), std::string::npos) << output;
