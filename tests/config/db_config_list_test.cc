@@ -1,6 +1,6 @@
-// The list of configured instances, and the instance files under the
-// product's etc directory: the include file the scan reads, the service
-// numbers in the instance files, their removal.
+// The list of configured instances, the include file its scan reads and the
+// service numbers in the instance files.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -9,16 +9,13 @@
 #include <memory>
 #include <regex>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "common/host_registry.h"
 #include "config/config_test_home.h"
 #include "config/db_config_list.h"
-#include "config/instance_removal.h"
-#include "discovery/db_server_list.h"
 #include "platform/files.h"
-#include "platform/registry.h"
-#include "platform/service_control.h"
 #include "support/capture.h"
 
 namespace config {
@@ -28,58 +25,39 @@ constexpr ServerKind kSql = ServerKind::kSqlServer;
 const std::string kHost = "Windows Registry Editor Version 5.00\n\n";
 const std::string kKey = "[HKEY_LOCAL_MACHINE\\Software\\Marlox\\VSQ\\610\\";
 
-std::unique_ptr<DbConfig> Record(const std::string& name, int number = -1) {
+std::unique_ptr<DbConfig> Record(const std::string& name) {
   auto record = std::make_unique<DbConfig>();
   record->setServerName(name);
-  record->setServerType(3);
-  record->setServiceNumber(number);
   return record;
 }
 
-// Names are trimmed; HasServer ignores case, FindByName and FindConfig (which
-// compares every field) do not.
-TEST(DbConfigListTest, NamesAreTrimmedAndLookupsDifferInTheirCaseRules) {
-  DbConfigList list;
-  list.SetConsole(0);
-  list.Add(Record("  INST1 \t", 2), kSql);
-  const DbConfig* listed = list.GetAt(0, kSql);
-  EXPECT_EQ(listed->getServerName(), "INST1");
-  EXPECT_EQ(list.HasServer("inst1", kSql), 1);
-  EXPECT_EQ(list.HasServer("inst1", ServerKind::kOracle), 0);
-  EXPECT_EQ(list.FindByName("INST1", kSql), listed);
-  EXPECT_EQ(list.FindByName("inst1", kSql), nullptr);
-  EXPECT_EQ(list.FindConfig(*Record("inst1", 2), kSql), nullptr);
-  EXPECT_EQ(list.FindConfig(*Record("INST1", 2), kSql), listed);
-  EXPECT_EQ(list.FindConfig(*Record("INST1", 4), kSql), nullptr);
-  EXPECT_EQ(list.GetAt(1, kSql), nullptr);
-}
-
-TEST(DbConfigListTest, DeletionAndDestructionKeepTheOrderAndTrace) {
+// Names are trimmed; deletion keeps the order; the traces of deletion and
+// destruction are exact, and the listing a put traces shows no password.
+TEST(DbConfigListTest, NamesDeletionAndTraces) {
   std::string out = Capture([] {
                       DbConfigList list;
-                      for (const char* name : {"A", "B", "C"}) list.Add(Record(name), kSql);
-                      list.Delete_Config(list.GetAt(1, kSql), kSql);
+                      for (const char* name : {"A", "  INST1 \t", "C"})
+                        list.Add(Record(name), kSql);
+                      const DbConfig* listed = list.GetAt(1, kSql);
+                      EXPECT_EQ(listed->getServerName(), "INST1");
+                      list.Delete_Config(listed, kSql);
                       const DbConfig stranger;
                       list.Delete_Config(&stranger, kSql);
+                      EXPECT_EQ(list.GetAt(2, kSql), nullptr);
                     }).out;
-  out = std::regex_replace(out, std::regex("0x[0-9a-f]+"), "0x..");
-  EXPECT_EQ(out,
-            "Delete_Config: enter, num dbconfigs 3\nDelete_Config: deleting 'B'\n"
+  EXPECT_EQ(std::regex_replace(out, std::regex("0x[0-9a-f]+"), "0x.."),
+            "Delete_Config: enter, num dbconfigs 3\nDelete_Config: deleting 'INST1'\n"
             "Delete_Config: exit, num dbconfigs 2\n"
             "Delete_Config: enter, num dbconfigs 2\nDelete_Config: exit, num dbconfigs 2\n"
             "~DbConfigList: Enter\n"
             "~DbConfigList: deleting DbConfig 'C'\n~DbConfigList: deleting DbConfig addr 0x..\n"
             "~DbConfigList: deleting DbConfig 'A'\n~DbConfigList: deleting DbConfig addr 0x..\n"
             "~DbConfigList: Exit\n");
-}
-
-// The listing a put traces shows no password.
-TEST(DbConfigListTest, PrintedConfigsHideThePassword) {
   DbConfigList list;
-  auto record = Record("INST1", 2);
+  auto record = Record("INST1");
   record->setPassword("{AES256:keyfile:a}xyz");
   list.Add(std::move(record), kSql);
-  const std::string out = Capture([&] { list.PrintConfigs(kSql); }).out;
+  out = Capture([&] { list.PrintConfigs(kSql); }).out;
   EXPECT_NE(out.find("\tPassword '********'\n"), std::string::npos) << out;
   EXPECT_EQ(out.find("xyz"), std::string::npos);
   list.SetConsole(0);
@@ -122,9 +100,8 @@ TEST_F(InstanceFilesTest, IncludeFileNamesExistingInstancesOnce) {
   for (const char* name : {"VSQMMA_INST1.ini", "VSQMMA_INST2.ini", "VSQMMA_INST3.ini", "OTHER.ini"})
     Write(name, "");
   const std::string last = Add("INST2");
-  // An indented line does not begin with "A"; a missing file adds nothing; a
-  // file without the stem is traced and adds nothing; the last line has no
-  // line end.
+  // An indented line does not begin with "A"; a missing file, or one without
+  // the stem (traced), adds nothing; the last line has no line end.
   Write("vsqinc.ini", "[Include]\n" + Add("INST1") + Add("GONE") + "  " + Add("INST3") +
                           Add("INST1") + "Add=\n; comment\n" + std::string(400, 'A') + "\n" +
                           "Add=" + Etc() + "\\OTHER.ini\n" + last.substr(0, last.size() - 1));
@@ -132,10 +109,8 @@ TEST_F(InstanceFilesTest, IncludeFileNamesExistingInstancesOnce) {
   const Captured got = Capture([&] { EXPECT_EQ(list_.GetPreConfigList(kSql, &names), 2); });
   list_.SetConsole(0);
   EXPECT_EQ(names, (std::vector<std::string>{"INST1", "INST2"}));
-  EXPECT_NE(
-      got.out.find("csTempName2: " + Etc() + "\\OTHER.ini\nGetPreConfigList: csServerName: \n"),
-      std::string::npos)
-      << got.out;
+  EXPECT_THAT(got.out, testing::HasSubstr("csTempName2: " + Etc() +
+                                          "\\OTHER.ini\nGetPreConfigList: csServerName: \n"));
   EXPECT_EQ(list_.GetPreConfigList(ServerKind::kInformix, &names), 0);  // no include file
 }
 
@@ -158,9 +133,8 @@ TEST_F(InstanceFilesTest, ScannedRecordsComeFromTheRegistryKeys) {
       "INST2\\Environment]\n\"COLL_SERVERID\"=\"INST2\"\n\"COLL_SERVICENUMBER\"=\"2\"\n\n" + kKey +
       "INST4\\Environment]\n\"COLL_SERVERID\"=\"INST4\"\n\"COLL_LOGON\"=\"sa\"\n\n"));
   ASSERT_EQ(list_.ScanPreConfig(kSql), 0);
-  // INST1's number comes from its file; INST2 carries over INST1's frequency;
-  // INST3 has no key at all (its tool died before it registered): named after
-  // its file, so that its number is read and its include line kept.
+  // INST2 carries over INST1's frequency; INST3 has no key (its tool died before
+  // it registered): named after its file, its number read, its line kept.
   EXPECT_EQ(Scanned(), (std::vector<std::string>{
                            "INST1|sa|VSQL1|Y|true|31|4|3|registered",
                            "INST2|||||31|2|3|registered",
@@ -190,12 +164,9 @@ TEST_F(InstanceFilesTest, AnUnreadableListFailsTheScan) {
   }
 }
 
-TEST_F(InstanceFilesTest, ServiceNumbersComeFromTheAgentSection) {
-  const struct {
-    const char* name;
-    std::string text;  // none: no file
-    int number;
-  } kCases[] = {
+TEST_F(InstanceFilesTest, ServiceNumbersAndTheLowestFreeOne) {
+  const std::tuple<const char*, std::string, int> kCases[] = {
+      // text "": no file
       {"A", "[Identity]\n;[VMAMSSQLAgent3]\n\n[VMAMSSQLAgent7]\nName=VSQAGENT7\n", 7},
       {"X", "[VMAMSSQLAgentX]\n", 0},
       {"LOWER", "[vmamssqlagent4]\n", -1},
@@ -203,17 +174,14 @@ TEST_F(InstanceFilesTest, ServiceNumbersComeFromTheAgentSection) {
       {"LONG", "Text=" + std::string(506, 'x') + "[VMAMSSQLAgent8]\n[VMAMSSQLAgent2]\n", 2},
       {"MISSING", "", -3},
   };
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(c.name);
-    if (!c.text.empty()) Write(std::string("VSQMMA_") + c.name + ".ini", c.text);
+  for (const auto& [name, text, number] : kCases) {
+    if (!text.empty()) Write(std::string("VSQMMA_") + name + ".ini", text);
     DbConfig record;
-    record.setServerName(c.name);
-    EXPECT_EQ(list_.GetServiceNumber(kSql, record), c.number);
+    record.setServerName(name);
+    EXPECT_EQ(list_.GetServiceNumber(kSql, record), number) << name;
     EXPECT_EQ(list_.GetServiceNumber(ServerKind{5}, record), -2);
   }
-}
-
-TEST_F(InstanceFilesTest, TheLowestFreeServiceNumber) {
+  // The lowest number no listed instance's file holds, up to fifty.
   const auto add = [&](const std::string& name, int number) {
     WriteNumbered(name, number);
     auto record = std::make_unique<DbConfig>();
@@ -227,50 +195,6 @@ TEST_F(InstanceFilesTest, TheLowestFreeServiceNumber) {
   EXPECT_EQ(list_.GetAvailServiceNumber(kSql), 2);
   add("I2", 2);
   EXPECT_EQ(list_.GetAvailServiceNumber(kSql), -10);  // all fifty taken
-}
-
-// The removal of an instance's files and registration, as the library offers
-// it; the program's own remove is the end-to-end scenarios' business.
-TEST_F(InstanceFilesTest, RemovalOfFilesAndRegistryKeys) {
-  const char* const kFiles[] = {"VSQMMA_INST1.ini", "VSQMMA_INST2.ini", "MSMSQL_INST2.bat",
-                                "VIXMMA_INST2.ini", "VSQMMA_B.ini"};
-  for (const char* name : kFiles) Write(name, "x");
-  ASSERT_TRUE(sqxa_test::LoadHost(kHost + kKey + "INST1\\Environment]\n\"A\"=\"1\"\n\n" + kKey +
-                                  "INST1\\Deeper\\Still]\n\n" + kKey + "INST2\\Environment]\n\n" +
-                                  kKey + "B\\Environment]\n\n"));
-  discovery::DbServerList servers("");
-  std::unique_ptr<discovery::DbServer> server = std::make_unique<discovery::DbServerSql>();
-  server->setServerName("B");
-  (void)servers.add(server, kSql);
-  discovery::setDiscoveryVerbose(true);
-  const Captured got = Capture([&] {
-    RemoveInstanceFiles(kSql, Etc(), "INST1");
-    RemoveInstanceFiles(kSql, Etc(), "INST2");
-    RemoveInstanceFiles(ServerKind::kInformix, Etc(), "INST2");  // kind 4 removes nothing
-    RemoveInstanceKey(kSql, "INST1", 3);
-    RemoveDiscoveredInstanceFiles(servers, kSql, Etc());
-    RemoveDiscoveredInstanceKeys(servers, kSql);
-  });
-  discovery::setDiscoveryVerbose(false);
-  for (const char* name : kFiles)
-    EXPECT_EQ(Exists(name), std::string(name) == "VIXMMA_INST2.ini") << name;
-  // Services that do not exist count as deleted; without a service manager
-  // the deletion fails.
-  unsigned long error = 0;
-  const std::string outcome =
-      platform::ServiceManager::Connect(&error) != nullptr ? "Deleted" : "Fail to delete";
-  const std::string stem = "Software\\Marlox\\VSQ\\610\\";
-  for (const std::string& line :
-       {"Finished removing " + Etc() + "\\VSQMMA_INST1.ini file\n\n",
-        "[DBG] Deleting instance [" + stem + "INST1]\n\n",
-        "[DBG] " + outcome + " service [VSQCOLL3]\n", "[DBG] " + outcome + " service [VSQAGENT3]\n",
-        "[DBG] Deleting instance [" + stem + "B]\n", std::string("service [VSQAGENT49]\n")}) {
-    EXPECT_NE(got.out.find(line), std::string::npos) << line << "\n--- output:\n" << got.out;
-  }
-  std::unique_ptr<platform::Registry> hive;
-  ASSERT_EQ(platform::Registry::Connect("", &hive), platform::kRegSuccess);
-  EXPECT_EQ(DeleteRegistryTree(hive.get(), stem + "INST2"), 1);  // left alone so far
-  EXPECT_EQ(DeleteRegistryTree(hive.get(), stem + "INST1"), 0);  // gone
 }
 
 }  // namespace

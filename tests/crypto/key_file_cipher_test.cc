@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <iterator>
 #include <optional>
 #include <regex>
 #include <string>
+#include <vector>
 
 #include "crypto/key_home.h"
 
@@ -49,28 +51,34 @@ TEST_F(KeyFileCipherTest, FirstEncryptionCreatesAPrivateKeyFileLaterOnesUseIt) {
 
   std::string first;
   sqxa_test::ExpectCreatedPrivate([&] { first = Encrypt("secret", &status_); }, KeyFile());
-  ASSERT_EQ(status_, CRY_OK);
   const std::string key = Contents(KeyFile());
   EXPECT_TRUE(std::regex_match(key, std::regex("[0-9a-f]{64}\n"))) << key;
-  const std::string second = Encrypt("secret", &status_);
+  EXPECT_NE(Encrypt("secret", &status_), first);  // a fresh nonce per call
   EXPECT_EQ(Contents(KeyFile()), key);
-  EXPECT_NE(first, second);  // a fresh nonce per call
-  EXPECT_EQ(Decrypt(first, &status_) + Decrypt(second, &status_), "secretsecret");
   // nothing left of the creation but the key file
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(home_.path() / "keyfiles"), {}), 1);
-}
-
-TEST_F(KeyFileCipherTest, TextFormRoundTripsAnyBytes) {
   const std::regex form(
       "\\{AES256:keyfile:a\\}([A-Za-z0-9+/]{4})*([A-Za-z0-9+/]{2}==|[A-Za-z0-9+/]{3}=)?");
-  for (const std::string& clear : {std::string(), std::string("a"),
+  for (const std::string& clear : {std::string("secret"), std::string(), std::string("a"),
                                    std::string("nul\0inside\xff", 11), std::string(1000, 'x')}) {
-    const std::string text = Encrypt(clear, &status_);
-    ASSERT_EQ(status_, CRY_OK);
+    const std::string text = clear == "secret" ? first : Encrypt(clear, &status_);
     EXPECT_TRUE(std::regex_match(text, form)) << text;
     EXPECT_EQ(Decrypt(text, &status_), clear);
     EXPECT_EQ(status_, CRY_OK);
   }
+}
+
+// A private file is created once and never replaced: two runs that create the
+// key at once go on with the same key.
+TEST(PrivateFileTest, CreatesOnceAndNeverReplaces) {
+  sqxa_test::ScratchDir dir;
+  const std::string path = dir.File("secret.key");
+  sqxa_test::ExpectCreatedPrivate(
+      [&] { ASSERT_EQ(platform::CreatePrivateFile(path, "first\n"), 0); }, path);
+  EXPECT_EQ(platform::CreatePrivateFile(path, "second\n"), EEXIST);
+  EXPECT_EQ(Contents(path), "first\n");
+  EXPECT_EQ(dir.Entries(), std::vector<std::string>{"secret.key"});  // no temporaries left
+  EXPECT_EQ(platform::CreatePrivateFile(dir.File("missing") + "/secret.key", "x"), ENOENT);
 }
 
 TEST_F(KeyFileCipherTest, KeyFileLocation) {
@@ -103,7 +111,7 @@ TEST_F(KeyFileCipherTest, KeyFileLocation) {
   EXPECT_EQ(status_, CRY_E_NO_KEY_PATH);
 }
 
-TEST_F(KeyFileCipherTest, MalformedKeyFilesAreRejectedAndLeftAsTheyAre) {
+TEST_F(KeyFileCipherTest, MalformedOrSharedKeyFilesAreRefusedAndLeftAsTheyAre) {
   const std::string digits(64, 'a');
   ASSERT_EQ(platform::MakeDirectory((home_.path() / "keyfiles").string()), 0);
   for (const std::string& contents :
@@ -116,14 +124,10 @@ TEST_F(KeyFileCipherTest, MalformedKeyFilesAreRejectedAndLeftAsTheyAre) {
   }
   // A line end that went through an editor, and upper-case digits, still hold a key.
   WritePrivate(KeyFile(), std::string(64, 'A') + "\r\n");
-  EXPECT_EQ(Decrypt(Encrypt("x", &status_), &status_), "x");
-  EXPECT_EQ(status_, CRY_OK);
-}
-
-// A key that others may read protects nothing: such a key file is refused by
-// both directions, and CRY_CheckKeyFile says why.
-TEST_F(KeyFileCipherTest, KeyFilesOthersMayReadAreRefused) {
   const std::string text = Encrypt("x", &status_);
+  EXPECT_EQ(Decrypt(text, &status_), "x");
+  // A key that others may read protects nothing: both directions refuse it,
+  // and CRY_CheckKeyFile says why.
   UseKeyFile(home_.File("shared.key"));
   ASSERT_EQ(platform::ReplaceFileContents(home_.File("shared.key"), Contents(KeyFile())), 0);
   std::filesystem::permissions(home_.File("shared.key"), std::filesystem::perms(0644));

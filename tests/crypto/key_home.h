@@ -1,6 +1,5 @@
-// A product home of its own for each test: MARLOX_HOME names a fresh scratch
-// directory and MARLOX_KEYFILE is unset, so the key file is
-// <home>keyfiles\default.key and is created by the test's first encryption.
+// A product home of its own for each test, without MARLOX_KEYFILE: the key file
+// is <home>keyfiles\default.key, created by the test's first encryption.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -17,9 +16,8 @@
 
 namespace sqxa_test {
 
-// Runs `create`, which makes the file `path`, and expects nobody but the
-// current user to have access to it (a file mode natively, an access list on
-// Windows; key_file_mode.cc and key_file_acl.cc).
+// Runs `create`, which makes the file `path`, and expects nobody but the current
+// user to have access to it (key_file_mode.cc natively, key_file_acl.cc on Windows).
 void ExpectCreatedPrivate(const std::function<void()>& create, const std::string& path);
 
 inline std::string Contents(const std::string& path) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <string>
 
 #include "crypto/key_home.h"
@@ -11,57 +12,113 @@
 
 namespace {
 
+using legacy::Decoded;
+using sqxa_test::Decrypt;
+using sqxa_test::Encrypt;
+
+std::string Legacy2(const std::string& clear, const char* key2 = "INST1") {
+  std::string text = "untouched";
+  EXPECT_EQ(legacy::EncodeSecondGeneration(clear, "sa", key2, &text), legacy::Encoded::kText);
+  return text;
+}
+std::string Legacy1(const std::string& clear) {
+  std::string text;
+  EXPECT_EQ(legacy::EncodeFirstGenerationForTesting(clear, &text), legacy::Encoded::kText);
+  return text;
+}
+Decoded Decode2(const std::string& text, std::string* clear, const char* key2 = "INST1") {
+  return legacy::DecodeSecondGeneration(text, "sa", key2, clear);
+}
+
+// Every length each form holds, of clear texts with blanks, markers after the
+// first byte, hexadecimal letters, a zero byte and a high byte.
+TEST(LegacyCipherTest, BothGenerationsRoundTripEveryLengthTheyHold) {
+  const std::string bytes = std::string("p#*!-= 0AF9z\xff", 13) + std::string(1, '\0');
+  std::string clear, back;
+  for (std::size_t size = 0; size <= legacy::kSecondGenerationCapacity; ++size) {
+    SCOPED_TRACE(size);
+    const std::string text = Legacy2(clear);
+    EXPECT_TRUE(std::regex_match(text, std::regex("[0-9A-F]{88}"))) << text;
+    EXPECT_EQ(Decode2(text, &back), Decoded::kClearText);
+    EXPECT_EQ(back, clear);
+    if (size <= legacy::kFirstGenerationCapacity) {
+      EXPECT_EQ(legacy::DecodeFirstGeneration(Legacy1(clear), &back), Decoded::kClearText);
+      EXPECT_EQ(back, clear);
+    }
+    clear.push_back(bytes[size % bytes.size()]);
+  }
+}
+
+TEST(LegacyCipherTest, SecondGenerationDiffersEveryTimeAndNeedsItsKeyTexts) {
+  const std::string text = Legacy2("secret");
+  EXPECT_NE(Legacy2("secret"), text);
+  std::string clear = "untouched";
+  EXPECT_EQ(legacy::DecodeSecondGeneration(text, "INST1", "sa", &clear), Decoded::kUnreadable);
+  EXPECT_EQ(Decode2(text, &clear, "INST2"), Decoded::kUnreadable);
+  // Every altered digit is noticed, none gives a wrong password.
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    std::string altered = text;
+    altered[i] = altered[i] == '0' ? '1' : '0';
+    EXPECT_EQ(Decode2(altered, &clear), Decoded::kUnreadable) << i;
+  }
+  EXPECT_EQ(clear, "untouched");
+}
+
+// What both decoders make of texts that are no legacy text of theirs: clear
+// text loses one leading marker, hexadecimal digits are taken for a legacy
+// text that cannot be read, "NONE" is no password.
+TEST(LegacyCipherTest, DecodersReadClearTextAndNone) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"##x", "#x"},
+      {"=", ""},
+      {"*a b", "a b"},
+      {"deadbeef", "deadbeef"},
+      {"#DEADBEEF", "DEADBEEF"},
+      {"#NONE", "NONE"},
+      {"NONE ", "NONE "},
+      {"NONE", "<no password>"},
+      {"1234", "<unreadable>"},
+  };
+  const auto outcome = [](Decoded decoded, const std::string& clear) {
+    return decoded == Decoded::kClearText    ? clear
+           : decoded == Decoded::kNoPassword ? "<no password>"
+                                             : "<unreadable>";
+  };
+  for (const auto& [text, expected] : cases) {
+    std::string first, second;
+    EXPECT_EQ(outcome(legacy::DecodeFirstGeneration(text, &first), first), expected) << text;
+    EXPECT_EQ(outcome(Decode2(text, &second), second), expected) << text;
+  }
+}
+
 class PasswordTest : public sqxa_test::KeyHomeTest {
  protected:
   void SetUp() override { msg_reset_for_testing(); }
   void TearDown() override { msg_reset_for_testing(); }
-
-  static std::string Legacy2(const std::string& clear, const char* key2 = "INST1") {
-    std::string text;
-    EXPECT_EQ(legacy::EncodeSecondGeneration(clear, "sa", key2, &text), legacy::Encoded::kText);
-    return text;
-  }
-  static std::string Legacy1(const std::string& clear) {
-    std::string text;
-    EXPECT_EQ(legacy::EncodeFirstGenerationForTesting(clear, &text), legacy::Encoded::kText);
-    return text;
-  }
-  static std::string Keyed(const std::string& clear) {
-    char* text = Encrypt0100(clear.c_str());
-    std::string copy = text != nullptr ? text : "<failed>";
-    CRY_Free(text);
-    return copy;
-  }
   // The clear text of a key-file text; "<failed>" when it is none.
   static std::string Clear(const std::string& text) {
-    if (text.rfind(CRY_MARKER, 0) != 0) return "<failed>";
-    const char* clear = Decrypt0100(text.c_str());
-    std::string copy = clear != nullptr ? clear : "<failed>";
-    WipeDecrypt0100Result();
-    return copy;
+    int status = -1;
+    const std::string clear = Decrypt(text, &status);
+    return text.rfind(CRY_MARKER, 0) == 0 && status == CRY_OK ? clear : "<failed>";
   }
+  int status_ = -1;
 };
 
-TEST_F(PasswordTest, Encrypt0100AndDecrypt0100) {
-  EXPECT_STREQ(Decrypt0100(Keyed("secret").c_str()), "secret");
-  EXPECT_EQ(Encrypt0100(nullptr), nullptr);
-  EXPECT_EQ(Encrypt0100(""), nullptr);
-  EXPECT_EQ(Decrypt0100(nullptr), nullptr);
-  EXPECT_EQ(Decrypt0100(""), nullptr);
-  // Texts that are no key-file texts come back as they are, the marker alone too.
-  EXPECT_STREQ(Decrypt0100("plain"), "plain");
+// Decrypt0100 gives texts that are no key-file texts back as they are; its
+// results end at its 150-byte buffer, which no clear text outlives.
+TEST_F(PasswordTest, Decrypt0100AndItsBuffer) {
+  char* keyed0100 = Encrypt0100("secret");
+  EXPECT_STREQ(Decrypt0100(keyed0100), "secret");
+  CRY_Free(keyed0100);
   EXPECT_STREQ(Decrypt0100(CRY_MARKER), CRY_MARKER);
-
-  // Results end at the 150-byte buffer, which no clear text outlives.
   const std::string longest(149, 'p'), overlong(150, 'p');
-  EXPECT_EQ(Decrypt0100(longest.c_str()), longest);
+  EXPECT_EQ(Decrypt0100(Encrypt(longest, &status_).c_str()), longest);
   const char* buffer = Decrypt0100("ab");
   ASSERT_NE(buffer, nullptr);
   EXPECT_EQ(std::string(buffer, 150), "ab" + std::string(148, '\0'));
   WipeDecrypt0100Result();
   EXPECT_EQ(std::string(buffer, 150), std::string(150, '\0'));
-  EXPECT_EQ(Clear(Keyed(longest)), longest);
-  const std::string keyed = Keyed(overlong);
+  const std::string keyed = Encrypt(overlong, &status_);
   const Captured got = Capture([&] {
     EXPECT_EQ(Decrypt0100(overlong.c_str()), nullptr);
     EXPECT_EQ(Decrypt0100(keyed.c_str()), nullptr);
@@ -69,67 +126,32 @@ TEST_F(PasswordTest, Encrypt0100AndDecrypt0100) {
   EXPECT_NE(got.err.find("does not fit"), std::string::npos) << got.err;
 }
 
-// Both directions under the key texts "sa" and "INST1". To the key-file form,
-// a text of 64 characters is read as a first-generation text, any other as a
-// second-generation one, and hexadecimal digits that are neither (a 64-digit
-// hash, another key's text) are a clear password after all. From it, other
-// lengths are clear text as they stand, and a marked clear text has no legacy
-// form. "<left>": no conversion, the password unchanged; "-": not tried.
-TEST_F(PasswordTest, ConversionsChooseTheDecoderByLength) {
+// 64 characters are read as a first-generation text, any other length as a
+// second-generation one under "sa" and "INST1"; hexadecimal digits that are
+// neither are a clear password after all. "<left>": the password unchanged.
+TEST_F(PasswordTest, ConvertToKeyFileFormChoosesTheDecoderByLength) {
   const std::string foreign = Legacy2("other keys", "INST2");
-  const std::string overlong(legacy::kSecondGenerationCapacity + 1, 'x');
-  const struct {
-    std::string stored, to, from;
-  } cases[] = {
-      {"secret", "secret", "secret"},
-      {"#secret", "secret", ""},
-      {"#", "", "-"},
-      {"DEADBEEF", "DEADBEEF", "DEADBEEF"},
-      {Legacy2("second"), "second", "second"},
-      {Legacy1("first"), "first", "first"},
-      {std::string(64, '0'), std::string(64, '0'), "<left>"},
-      {foreign, foreign, "<left>"},
-      {overlong, overlong, "<left>"},
-      {"", "<left>", "<left>"},
-      {"NONE", "<left>", "NONE"},
-      {Keyed("via key file"), "-", "via key file"},
-      {Keyed(overlong), "-", "<left>"},
-      {std::string(CRY_MARKER) + "garbage", "-", "<left>"},
+  const std::pair<std::string, std::string> cases[] = {
+      {"secret", "secret"},
+      {"#secret", "secret"},
+      {"#", ""},
+      {"DEADBEEF", "DEADBEEF"},
+      {Legacy2("second"), "second"},
+      {Legacy1("first"), "first"},
+      {std::string(64, '0'), std::string(64, '0')},
+      {foreign, foreign},
+      {"", "<left>"},
+      {"NONE", "<left>"},
   };
-  // What a conversion gave: the clear text of its result, or "<left>".
-  const auto outcome = [](bool converted, const std::string& before, const std::string& after) {
-    return converted ? after : after == before ? "<left>" : "<changed>";
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.stored);
-    std::string to = c.stored, from = c.stored, clear;
+  for (const auto& [stored, expected] : cases) {
+    std::string password = stored;
     bool converted = false;
-    const Captured got = Capture([&] { converted = convertToVDBPassword(&to, "sa", "INST1"); });
-    const std::string to_clear =
-        c.to == "-" ? "-" : outcome(converted, c.stored, converted ? Clear(to) : to);
+    const Captured got =
+        Capture([&] { converted = convertToVDBPassword(&password, "sa", "INST1"); });
+    if (!converted) password = password == stored ? "<left>" : "<changed> " + password;
+    EXPECT_EQ(converted ? Clear(password) : password, expected) << stored;
     EXPECT_EQ(converted ? got.out + got.err : "", "");  // nothing said of a conversion that worked
-    Capture([&] { converted = convertFromVDBPassword(&from, "sa", "INST1"); });
-    if (converted && !from.empty()) {
-      EXPECT_EQ(from.size(), legacy::kSecondGenerationDigits);
-      EXPECT_EQ(legacy::DecodeSecondGeneration(from, "sa", "INST1", &clear),
-                legacy::Decoded::kClearText);
-      from = clear;
-    }
-    const std::string from_clear = c.from == "-" ? "-" : outcome(converted, c.stored, from);
-    EXPECT_EQ(to_clear + " / " + from_clear, c.to + " / " + c.from);
   }
-}
-
-// Null key texts are the module's defaults, as in the length switch, which
-// reads 64 characters as a first-generation text.
-TEST_F(PasswordTest, DefaultKeyTextsAndTheLengthSwitch) {
-  std::string password = "defaults", clear, first;
-  ASSERT_TRUE(convertFromVDBPassword(&password, nullptr, nullptr));
-  EXPECT_TRUE(decodeVDBPassword(password, &clear) && decodeVDBPassword(Legacy1("first"), &first));
-  EXPECT_EQ(clear + "|" + first, "defaults|first");
-  EXPECT_FALSE(decodeVDBPassword("NONE", &clear));
-  EXPECT_TRUE(convertToVDBPassword(&password, nullptr, nullptr));
-  EXPECT_EQ(Clear(password), "defaults");
 }
 
 TEST_F(PasswordTest, FailuresAreReportedWithoutThePassword) {
@@ -139,11 +161,9 @@ TEST_F(PasswordTest, FailuresAreReportedWithoutThePassword) {
     const Captured got = Capture(code);
     output += got.out + got.err;
   };
-  std::string hexadecimal = "C0FFEE0123";  // a clear text taken for a legacy one
-  run([&] { (void)convertToVDBPassword(&hexadecimal, "sa", "INST1"); });
   std::string overlong = secret + std::string(40, 'x');
   run([&] { (void)convertFromVDBPassword(&overlong, "sa", "INST1"); });
-  std::string damaged = Keyed(secret);
+  std::string damaged = Encrypt(secret, &status_);
   damaged[CRY_MARKER_LENGTH + 20] = damaged[CRY_MARKER_LENGTH + 20] == 'A' ? 'B' : 'A';
   run([&] { EXPECT_EQ(Decrypt0100(damaged.c_str()), nullptr); });
   // Without a key file location the cipher fails and the password stays.
@@ -157,8 +177,7 @@ TEST_F(PasswordTest, FailuresAreReportedWithoutThePassword) {
        {"CRY_Decrypt failed with error [8]", "CRY_Encrypt failed with error [2]"}) {
     EXPECT_NE(output.find(message), std::string::npos) << output;
   }
-  for (const std::string& password :
-       {secret, std::string("C0FFEE0123"), damaged.substr(CRY_MARKER_LENGTH)}) {
+  for (const std::string& password : {secret, damaged.substr(CRY_MARKER_LENGTH)}) {
     EXPECT_EQ(output.find(password), std::string::npos) << output;
   }
 }
