@@ -1,10 +1,10 @@
-// A product home of its own for each test: MARLOX_HOME names a fresh scratch
-// directory and MARLOX_KEYFILE is unset, so the key file is
-// <home>keyfiles\default.key and is created by the test's first encryption.
+// A product home of its own for each test, without MARLOX_KEYFILE: the key file
+// is <home>keyfiles\default.key, created by the test's first encryption.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -16,14 +16,21 @@
 
 namespace sqxa_test {
 
+// Runs `create`, which makes the file `path`, and expects nobody but the current
+// user to have access to it (key_file_mode.cc natively, key_file_acl.cc on Windows).
+void ExpectCreatedPrivate(const std::function<void()>& create, const std::string& path);
+
+inline std::string Contents(const std::string& path) {
+  std::string contents;
+  return platform::ReadFileContents(path, &contents) == 0 ? contents : "<unreadable>";
+}
+
 class KeyHomeTest : public ::testing::Test {
  protected:
   std::string KeyFile(const std::string& name = "default") const {
     return (home_.path() / "keyfiles" / (name + ".key")).string();
   }
-
-  // Puts `contents` in place as the key file `path`, private as the cipher
-  // wants it (a file that others may read is refused).
+  // Puts `contents` in place as the key file `path`, private as the cipher wants it.
   static void WritePrivate(const std::string& path, const std::string& contents) {
     (void)platform::RemoveFile(path);
     ASSERT_EQ(platform::CreatePrivateFile(path, contents), 0) << path;
@@ -57,11 +64,6 @@ inline std::string Decrypt(std::string_view text, int* status) {
   }
   CRY_Free(result);
   return clear;
-}
-
-inline std::string Contents(const std::string& path) {
-  std::string contents;
-  return platform::ReadFileContents(path, &contents) == 0 ? contents : "<unreadable>";
 }
 
 }  // namespace sqxa_test

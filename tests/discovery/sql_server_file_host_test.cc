@@ -1,15 +1,12 @@
-// Hosts that only the registry file can describe: Wine's own registry always
-// has "Software\Wow6432Node".
+// A 32-bit host yields no server. Only the registry file can describe one:
+// Wine's own registry always has "Software\Wow6432Node".
 #include <gtest/gtest.h>
-
-#include <string>
 
 #include "common/host_registry.h"
 #include "discovery/db_server_list.h"
 #include "discovery/sql_server_discovery.h"
 
 namespace discovery {
-namespace {
 
 TEST(SqlServerFileHostTest, A32BitHostYieldsNoServer) {
   ASSERT_TRUE(sqxa_test::LoadHost(
@@ -23,5 +20,4 @@ TEST(SqlServerFileHostTest, A32BitHostYieldsNoServer) {
   EXPECT_EQ(list.count(ServerKind::kSqlServer), 0);
 }
 
-}  // namespace
 }  // namespace discovery
