@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -24,39 +23,29 @@ std::string Read(const std::string& path) {
   return contents;
 }
 
+// Paths are composed with backslashes everywhere above the file layer.
 TEST(Files, BackslashPathsReachTheFileSystem) {
   ScratchDir dir;
-  // Paths are composed with backslashes everywhere above the file layer.
-  const std::string base = dir.path().string();
-  ASSERT_EQ(MakeDirectory(base + "\\sub"), 0);
-  ASSERT_EQ(ReplaceFileContents(base + "\\sub\\a.ini", "x=1\n"), 0);
-
+  const std::string sub = dir.path().string() + "\\sub";
+  ASSERT_EQ(MakeDirectory(sub), 0);
+  ASSERT_EQ(ReplaceFileContents(sub + "\\a.ini", "x=1\n"), 0);
   EXPECT_TRUE(std::filesystem::is_regular_file(dir.path() / "sub" / "a.ini"));
-  EXPECT_TRUE(DirectoryExists(base + "\\sub"));
-  EXPECT_TRUE(FileExists(base + "\\sub\\a.ini"));
-  EXPECT_EQ(Read(base + "\\sub\\a.ini"), "x=1\n");
-  EXPECT_TRUE(OpenFile(base + "\\sub\\a.ini", "r") != nullptr);
-  EXPECT_EQ(RenameFile(base + "\\sub\\a.ini", base + "\\sub\\b.ini"), 0);
-  EXPECT_EQ(RemoveFile(base + "\\sub\\b.ini"), 0);
-  EXPECT_FALSE(FileExists(base + "\\sub\\b.ini"));
-
-  if (PathSeparator() == '/') {
-    EXPECT_EQ(NativePath("a\\b\\c.ini"), "a/b/c.ini");
-  } else {
-    EXPECT_EQ(NativePath("a\\b/c.ini"), "a\\b/c.ini");
-  }
+  EXPECT_TRUE(DirectoryExists(sub) && FileExists(sub + "\\a.ini"));
+  EXPECT_EQ(Read(sub + "\\a.ini"), "x=1\n");
+  EXPECT_TRUE(OpenFile(sub + "\\a.ini", "r") != nullptr);
+  EXPECT_EQ(RenameFile(sub + "\\a.ini", sub + "\\b.ini"), 0);
+  EXPECT_EQ(RemoveFile(sub + "\\b.ini"), 0);
+  EXPECT_FALSE(FileExists(sub + "\\b.ini"));
+  EXPECT_EQ(NativePath("a\\b/c.ini"), PathSeparator() == '/' ? "a/b/c.ini" : "a\\b/c.ini");
 }
 
-TEST(Files, ExistingAndMissingFilesAndDirectoriesAreTold) {
+TEST(Files, MissingFilesAndDirectoriesAreTold) {
   ScratchDir dir;
-  const std::string sub = dir.File("sub");
+  const std::string sub = dir.File("sub"), missing = dir.File("missing.txt");
   EXPECT_EQ(MakeDirectory(sub), 0);
   EXPECT_EQ(MakeDirectory(sub), EEXIST);
   EXPECT_EQ(MakeDirectory(dir.File("missing") + "/child"), ENOENT);
-  EXPECT_TRUE(DirectoryExists(sub));
-  EXPECT_FALSE(FileExists(sub));
-
-  const std::string missing = dir.File("missing.txt");
+  EXPECT_TRUE(DirectoryExists(sub) && !FileExists(sub));
   std::string contents = "untouched";
   EXPECT_EQ(ReadFileContents(missing, &contents), ENOENT);
   EXPECT_EQ(contents, "untouched");
@@ -64,14 +53,12 @@ TEST(Files, ExistingAndMissingFilesAndDirectoriesAreTold) {
   errno = 0;
   EXPECT_TRUE(OpenFile(missing, "rb") == nullptr);
   EXPECT_EQ(errno, ENOENT);
-  EXPECT_FALSE(FileExists(missing));
-  EXPECT_FALSE(DirectoryExists(missing));
+  EXPECT_FALSE(FileExists(missing) || DirectoryExists(missing));
 }
 
-TEST(Files, ContentsAreBinaryAndReplacedWholeAsByRenaming) {
+TEST(Files, ContentsAreBinaryAndReplacedWhole) {
   ScratchDir dir;
-  const std::string path = dir.File("data.bin");
-  const std::string binary("a\r\nb\nc\0d\x1a\xff", 10);
+  const std::string path = dir.File("data.bin"), binary("a\r\nb\nc\0d\x1a\xff", 10);
   ASSERT_EQ(ReplaceFileContents(path, binary), 0);
   EXPECT_EQ(Read(path), binary);
   ASSERT_EQ(ReplaceFileContents(path, "short"), 0);
@@ -86,23 +73,20 @@ TEST(Files, ContentsAreBinaryAndReplacedWholeAsByRenaming) {
 TEST(Files, StaleTemporariesOfOneTargetAreRemoved) {
   ScratchDir dir;
   for (const char* name : {"t.ini", "t.ini.sqxa-12-0.tmp", "t.ini.sqxa-12-staged.tmp",
-                           "u.ini.sqxa-12-0.tmp", "t.ini.sqxa-notes.txt", "t.ini.tmp"}) {
+                           "u.ini.sqxa-12-0.tmp", "t.ini.sqxa-notes.txt", "t.ini.tmp"})
     ASSERT_EQ(ReplaceFileContents(dir.File(name), "x"), 0);
-  }
   RemoveStaleTemporariesOf(dir.File("t.ini"));
-  EXPECT_THAT(dir.Entries(), UnorderedElementsAre("t.ini", "u.ini.sqxa-12-0.tmp",
-                                                  "t.ini.sqxa-notes.txt", "t.ini.tmp"));
   std::vector<std::string> names;
   ASSERT_EQ(ListDirectory(dir.path().string(), &names), 0);
-  EXPECT_EQ(names.size(), 4u);
+  EXPECT_THAT(names, UnorderedElementsAre("t.ini", "u.ini.sqxa-12-0.tmp", "t.ini.sqxa-notes.txt",
+                                          "t.ini.tmp"));
 }
 
 TEST(AtomicFile, WritesBesideTheTargetUntilCommittedAndLeavesNothingElse) {
   ScratchDir dir;
   const std::string target = dir.File("t.ini");
   ASSERT_EQ(ReplaceFileContents(target, "old"), 0);
-  AtomicFile first;
-  AtomicFile second;
+  AtomicFile first, second;
   ASSERT_EQ(first.Open(target), 0);
   ASSERT_EQ(second.Open(target), 0);
   EXPECT_NE(first.temporary_path(), second.temporary_path());
@@ -110,7 +94,6 @@ TEST(AtomicFile, WritesBesideTheTargetUntilCommittedAndLeavesNothingElse) {
   std::fputs("first", first.stream());
   std::fputs("second", second.stream());
   EXPECT_EQ(Read(target), "old");
-
   ASSERT_EQ(first.Commit(), 0);
   EXPECT_EQ(Read(target), "first");
   second.Discard();
@@ -121,54 +104,38 @@ TEST(AtomicFile, WritesBesideTheTargetUntilCommittedAndLeavesNothingElse) {
   }
   EXPECT_EQ(Read(target), "first");
   EXPECT_THAT(dir.Entries(), ElementsAre("t.ini"));
-
   AtomicFile in_missing_dir;
   EXPECT_EQ(in_missing_dir.Open(dir.File("missing") + "/t.ini"), ENOENT);
 }
 
-// Installs failing calls for one test and restores the real ones afterwards.
-class FailingCalls {
- public:
-  FailingCalls(bool fail_sync, bool fail_rename) {
-    FileSystemCalls calls = real_ = SetFileSystemCallsForTesting(nullptr);
-    if (fail_sync) calls.sync = [](std::FILE*) { return EIO; };
-    fail_rename_ = fail_rename;
-    calls.rename = [](const std::string& from, const std::string& to) {
-      ++renames_attempted;
-      return fail_rename_ ? ENOSPC : real_.rename(from, to);
-    };
-    SetFileSystemCallsForTesting(&calls);
-    renames_attempted = 0;
-  }
-  ~FailingCalls() { SetFileSystemCallsForTesting(nullptr); }
-  static inline int renames_attempted = 0;
-
- private:
-  static inline FileSystemCalls real_{};
-  static inline bool fail_rename_ = false;
-};
-
+// A failed sync renames nothing; a failed rename is tried once. Either way the
+// old file stays whole and the temporary goes.
 TEST(AtomicFile, FailedCommitKeepsTheOldFileAndRemovesTheTemporary) {
-  struct Case {
-    bool fail_sync;
-    bool fail_rename;
-    int status;
-    int renames;
-  };
-  for (const Case& c : {Case{false, true, ENOSPC, 1}, Case{true, false, EIO, 0}}) {
-    SCOPED_TRACE(c.fail_sync ? "failed sync" : "failed rename");
+  static FileSystemCalls real = SetFileSystemCallsForTesting(nullptr);
+  static int renames = 0;
+  static bool fail_rename = false;
+  for (const bool fail_sync : {false, true}) {
+    SCOPED_TRACE(fail_sync ? "failed sync" : "failed rename");
     ScratchDir dir;
     const std::string target = dir.File("t.ini");
     ASSERT_EQ(ReplaceFileContents(target, "old contents\n"), 0);
-    {
-      FailingCalls failing(c.fail_sync, c.fail_rename);
-      AtomicFile file;
-      ASSERT_EQ(file.Open(target), 0);
-      std::fputs("new contents\n", file.stream());
-      EXPECT_EQ(file.Commit(), c.status);
-      EXPECT_EQ(FailingCalls::renames_attempted, c.renames);
-      EXPECT_EQ(ReplaceFileContents(target, "other"), c.status);
-    }
+    FileSystemCalls calls = real;
+    if (fail_sync) calls.sync = [](std::FILE*) { return EIO; };
+    calls.rename = [](const std::string& from, const std::string& to) {
+      ++renames;
+      return fail_rename ? ENOSPC : real.rename(from, to);
+    };
+    fail_rename = !fail_sync;
+    renames = 0;
+    SetFileSystemCallsForTesting(&calls);
+    AtomicFile file;
+    EXPECT_EQ(file.Open(target), 0);
+    if (file.stream() != nullptr) std::fputs("new contents\n", file.stream());
+    const int status = fail_sync ? EIO : ENOSPC;
+    EXPECT_EQ(file.Commit(), status);
+    EXPECT_EQ(renames, fail_sync ? 0 : 1);
+    EXPECT_EQ(ReplaceFileContents(target, "other"), status);
+    SetFileSystemCallsForTesting(nullptr);
     EXPECT_EQ(Read(target), "old contents\n");
     EXPECT_THAT(dir.Entries(), ElementsAre("t.ini"));
   }

@@ -1,205 +1,151 @@
 // The behaviour of the registry seam, the same on both backends: the file-backed
-// registry natively, the Win32 registry under Wine.
+// registry natively, the Win32 registry under Wine. The fixture's keys lie
+// under Software\SqXaTest, apart from those of a real machine.
 #include "platform/registry.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
 
-#include "platform/registry_fixture.h"
+#include "common/host_registry.h"
 
 namespace {
 
 using namespace platform;
 using namespace std::string_literals;
+using Values = std::vector<std::tuple<std::string, uint32_t, std::string>>;
+using Names = std::vector<std::string>;
 
-const std::string kInstances = std::string(sqxa_test::kRegistryTestRoot) + "\\Instances";
-const std::string kAlpha = kInstances + "\\Alpha";
+const std::string kInstances = "Software\\SqXaTest\\Instances";
+const std::string kAlpha = kInstances + "\\Alpha", kGamma = kInstances + "\\Gamma";
 
-std::tuple<std::string, uint32_t, std::string> Tuple(const RegValue& value) {
-  return {value.name, value.type, value.data};
+// Values in name order: the Win32 registry does not keep the order of writing.
+Values Sorted(Values values) {
+  std::sort(values.begin(), values.end());
+  return values;
 }
 
 class RegistryTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(sqxa_test::LoadRegistryFixture("basic.reg"));
+    std::ostringstream text;
+    text << std::ifstream(SQXA_FIXTURE_DIR "/registry/basic.reg", std::ios::binary).rdbuf();
+    ASSERT_TRUE(sqxa_test::LoadHost(text.str()));
     ASSERT_EQ(Registry::Connect("", &hive_), kRegSuccess);
   }
-
   std::unique_ptr<RegistryKey> Open(const std::string& path, uint32_t access = kKeyRead) {
     std::unique_ptr<RegistryKey> key;
     EXPECT_EQ(hive_->OpenKey(path, access, &key), kRegSuccess) << path;
     return key;
   }
-
-  static std::vector<std::tuple<std::string, uint32_t, std::string>> Values(RegistryKey* key) {
-    std::vector<std::tuple<std::string, uint32_t, std::string>> values;
+  // The key's values, or its subkeys' names, in enumeration order.
+  Values ValuesOf(const std::string& path) {
+    Values values;
     RegValue value;
-    long status;
-    while ((status = key->EnumValue(static_cast<uint32_t>(values.size()), &value)) == kRegSuccess) {
-      values.push_back(Tuple(value));
-    }
-    EXPECT_EQ(status, kRegNoMoreItems);
+    auto key = Open(path);
+    while (key && key->EnumValue(values.size(), &value) == kRegSuccess)
+      values.emplace_back(value.name, value.type, value.data);
     return values;
   }
-
-  static std::vector<std::string> SubKeys(RegistryKey* key) {
-    std::vector<std::string> names;
+  Names SubKeysOf(const std::string& path) {
+    Names names;
     std::string name;
-    long status;
-    while ((status = key->EnumSubKey(static_cast<uint32_t>(names.size()), &name)) == kRegSuccess) {
-      names.push_back(name);
-    }
-    EXPECT_EQ(status, kRegNoMoreItems);
+    auto key = Open(path, kKeyEnumerateSubKeys);
+    while (key && key->EnumSubKey(names.size(), &name) == kRegSuccess) names.push_back(name);
     return names;
   }
-
+  std::string Data(RegistryKey& key, const std::string& name) {
+    RegValue value;
+    const long status = key.QueryValue(name, &value);
+    return status == kRegSuccess ? value.data : "status " + std::to_string(status);
+  }
   std::unique_ptr<Registry> hive_;
 };
 
-TEST_F(RegistryTest, EnumeratesValuesInTextForm) {
-  auto key = Open(kAlpha);
+TEST_F(RegistryTest, ReadsValuesInTextFormIgnoringCaseAndHonoursAccess) {
+  const Values alpha = {{"", kRegSz, "default text"},
+                        {"Binary", kRegBinary, "\x01\x02\xff"},
+                        {"Count", kRegDword, "42"},
+                        {"Expand", kRegExpandSz, "%HOME%\\bin"},
+                        {"Home", kRegSz, "C:\\Program Files\\Alpha"},
+                        {"Multi", kRegMultiSz, "one\0two\0"s},
+                        {"Quoted", kRegSz, "say \"hi\""},
+                        {"Size", kRegQword, "4294967296"}};
+  EXPECT_EQ(ValuesOf(kAlpha), alpha);
+  EXPECT_EQ(SubKeysOf(kInstances), (Names{"Alpha", "Beta", "Gamma"}));
+
+  auto key = Open("SOFTWARE\\sqxatest\\INSTANCES\\alpha", kKeyRead | kKeyWow64_64Key);
   ASSERT_TRUE(key);
-  const std::vector<std::tuple<std::string, uint32_t, std::string>> expected = {
-      {"", kRegSz, "default text"},
-      {"Binary", kRegBinary, "\x01\x02\xff"},
-      {"Count", kRegDword, "42"},
-      {"Expand", kRegExpandSz, "%HOME%\\bin"},
-      {"Home", kRegSz, "C:\\Program Files\\Alpha"},
-      {"Multi", kRegMultiSz, "one\0two\0"s},
-      {"Quoted", kRegSz, "say \"hi\""},
-      {"Size", kRegQword, "4294967296"},
-  };
-  EXPECT_EQ(Values(key.get()), expected);
+  EXPECT_EQ(Data(*key, "hOmE"), "C:\\Program Files\\Alpha");
+  EXPECT_EQ(Data(*key, "Missing"), "status 2");
   RegValue value;
   EXPECT_EQ(key->EnumValue(100, &value), kRegNoMoreItems);
-}
-
-TEST_F(RegistryTest, PathsAndValueNamesIgnoreCaseMissingOnesAreFileNotFound) {
-  auto key = Open("SOFTWARE\\sqxatest\\INSTANCES\\alpha");
-  ASSERT_TRUE(key);
-  RegValue value;
-  ASSERT_EQ(key->QueryValue("hOmE", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "C:\\Program Files\\Alpha");
-  EXPECT_EQ(key->QueryValue("", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "default text");
-  EXPECT_EQ(key->QueryValue("Missing", &value), kRegFileNotFound);
-  EXPECT_EQ(hive_->OpenKey(kInstances + "\\Delta", kKeyRead, &key), kRegFileNotFound);
-  EXPECT_EQ(hive_->OpenKey(kAlpha + "\\Sub", kKeyRead, &key), kRegFileNotFound);
+  EXPECT_EQ(key->SetValue("Home", kRegSz, "E:\\"), kRegAccessDenied);
+  EXPECT_EQ(key->DeleteValue("Home"), kRegAccessDenied);
+  EXPECT_EQ(Open(kInstances, kKeyEnumerateSubKeys)->EnumValue(0, &value), kRegAccessDenied);
+  for (const std::string& missing : {kInstances + "\\Delta", kAlpha + "\\Sub"})
+    EXPECT_EQ(hive_->OpenKey(missing, kKeyRead, &key), kRegFileNotFound) << missing;
   EXPECT_EQ(hive_->DeleteKey(kInstances + "\\Delta", 0), kRegFileNotFound);
 }
 
-TEST_F(RegistryTest, AccessOptionsAreHonoured) {
-  auto key = Open(kAlpha, kKeyRead | kKeyWow64_64Key);
-  ASSERT_TRUE(key);
-  EXPECT_EQ(key->SetValue("Home", kRegSz, "E:\\"), kRegAccessDenied);
-  EXPECT_EQ(key->DeleteValue("Home"), kRegAccessDenied);
-
-  auto enumerate_only = Open(kInstances, kKeyEnumerateSubKeys);
-  ASSERT_TRUE(enumerate_only);
-  RegValue value;
-  EXPECT_EQ(enumerate_only->EnumValue(0, &value), kRegAccessDenied);
-  EXPECT_EQ(SubKeys(enumerate_only.get()).size(), 3u);
-}
-
-TEST_F(RegistryTest, CreateKeyMakesParentsAndOpensExistingKeys) {
-  std::unique_ptr<RegistryKey> created;
-  ASSERT_EQ(hive_->CreateKey(kInstances + "\\Delta\\Deep", kKeyAllAccess, &created), kRegSuccess);
-  EXPECT_TRUE(Values(created.get()).empty());
-  auto delta = Open(kInstances + "\\Delta");
-  ASSERT_TRUE(delta);
-  EXPECT_EQ(SubKeys(delta.get()), std::vector<std::string>{"Deep"});
-
-  std::unique_ptr<RegistryKey> existing;
-  ASSERT_EQ(hive_->CreateKey(kInstances + "\\beta", kKeyAllAccess, &existing), kRegSuccess);
-  RegValue value;
-  ASSERT_EQ(existing->QueryValue("Home", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "D:\\Beta");
-}
-
-TEST_F(RegistryTest, SetValuesReadBackInTextForm) {
+TEST_F(RegistryTest, WrittenValuesReadBackInTextForm) {
   std::unique_ptr<RegistryKey> key;
-  ASSERT_EQ(hive_->CreateKey(kInstances + "\\Delta", kKeyAllAccess, &key), kRegSuccess);
-  const std::vector<RegValue> written = {
-      {"Text", kRegSz, "a \"quoted\" C:\\path"}, {"Expand", kRegExpandSz, "%SystemRoot%\\x"},
+  ASSERT_EQ(hive_->CreateKey(kInstances + "\\Delta\\Deep", kKeyAllAccess, &key), kRegSuccess);
+  EXPECT_EQ(SubKeysOf(kInstances + "\\Delta"), Names{"Deep"});
+  ASSERT_EQ(hive_->CreateKey(kInstances + "\\beta", kKeyAllAccess, &key), kRegSuccess);
+  EXPECT_EQ(Data(*key, "Home"), "D:\\Beta");  // an existing key opens
+
+  const Values written = {
+      {"Home", kRegSz, "a \"quoted\" C:\\path"}, {"Expand", kRegExpandSz, "%SystemRoot%\\x"},
       {"DwordMax", kRegDword, "4294967295"},     {"QwordMax", kRegQword, "18446744073709551615"},
-      {"Multi", kRegMultiSz, "x\0yz\0"s},        {"Raw", kRegBinary, "\0\x01\xfe"s},
-  };
-  for (const RegValue& value : written) {
-    ASSERT_EQ(key->SetValue(value.name, value.type, value.data), kRegSuccess) << value.name;
-  }
-  ASSERT_EQ(key->SetValue("Text", kRegSz, "replaced"), kRegSuccess);
-  key.reset();
-
-  auto reopened = Open(kInstances + "\\Delta");
-  ASSERT_TRUE(reopened);
-  EXPECT_EQ(Values(reopened.get()).size(), written.size());
-  for (RegValue expected : written) {
-    if (expected.name == "Text") expected.data = "replaced";
-    RegValue value;
-    ASSERT_EQ(reopened->QueryValue(expected.name, &value), kRegSuccess) << expected.name;
-    EXPECT_EQ(Tuple(value), Tuple(expected));
-  }
-}
-
-TEST_F(RegistryTest, NumbersMustBeDecimalInRangeAndValuesDelete) {
-  std::unique_ptr<RegistryKey> key;
-  ASSERT_EQ(hive_->CreateKey(kAlpha, kKeyAllAccess, &key), kRegSuccess);
-  EXPECT_EQ(key->SetValue("Count", kRegDword, "0x10"), kRegInvalidParameter);
-  EXPECT_EQ(key->SetValue("Count", kRegDword, "4294967296"), kRegInvalidParameter);
-  EXPECT_EQ(key->SetValue("Size", kRegQword, "-1"), kRegInvalidParameter);
-  EXPECT_EQ(key->SetValue("Count", kRegDword, "007"), kRegSuccess);
-  RegValue value;
-  ASSERT_EQ(Open(kAlpha)->QueryValue("Count", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "7");
+      {"Multi", kRegMultiSz, "x\0yz\0"s},        {"Raw", kRegBinary, "\0\x01\xfe"s}};
+  ASSERT_EQ(key->SetValue("Home", kRegSz, "replaced below"), kRegSuccess);
+  for (const auto& [name, type, data] : written)
+    ASSERT_EQ(key->SetValue(name, type, data), kRegSuccess) << name;
+  // Numbers are decimal and in range; leading zeros go.
+  const std::pair<uint32_t, const char*> bad_numbers[] = {
+      {kRegDword, "0x10"}, {kRegDword, "4294967296"}, {kRegQword, "-1"}};
+  for (const auto& [type, bad] : bad_numbers)
+    EXPECT_EQ(key->SetValue("Count", type, bad), kRegInvalidParameter) << bad;
+  ASSERT_EQ(key->SetValue("Count", kRegDword, "007"), kRegSuccess);
+  Values expected = written;
+  expected.emplace_back("Count", kRegDword, "7");
+  EXPECT_EQ(Sorted(ValuesOf(kInstances + "\\Beta")), Sorted(expected));
 
   EXPECT_EQ(key->DeleteValue("HOME"), kRegSuccess);
   EXPECT_EQ(key->DeleteValue("Home"), kRegFileNotFound);
-  EXPECT_EQ(key->QueryValue("Home", &value), kRegFileNotFound);
-  EXPECT_EQ(Open(kAlpha)->QueryValue("Home", &value), kRegFileNotFound);
-  EXPECT_EQ(Values(Open(kAlpha).get()).size(), 7u);
+  EXPECT_EQ(Data(*Open(kInstances + "\\Beta"), "Home"), "status 2");
 }
 
 TEST_F(RegistryTest, DeleteKeyRefusesKeysWithSubkeys) {
-  const std::string gamma = kInstances + "\\Gamma";
-  EXPECT_EQ(hive_->DeleteKey(gamma, kKeyWow64_64Key), kRegAccessDenied);
-  EXPECT_EQ(hive_->DeleteKey(gamma + "\\SUB", kKeyWow64_64Key), kRegSuccess);
-  EXPECT_EQ(hive_->DeleteKey(gamma, kKeyWow64_64Key), kRegSuccess);
-  std::unique_ptr<RegistryKey> key;
-  EXPECT_EQ(hive_->OpenKey(gamma, kKeyRead, &key), kRegFileNotFound);
-  EXPECT_EQ(SubKeys(Open(kInstances).get()), (std::vector<std::string>{"Alpha", "Beta"}));
+  EXPECT_EQ(hive_->DeleteKey(kGamma, kKeyWow64_64Key), kRegAccessDenied);
+  EXPECT_EQ(hive_->DeleteKey(kGamma + "\\SUB", kKeyWow64_64Key), kRegSuccess);
+  EXPECT_EQ(hive_->DeleteKey(kGamma, kKeyWow64_64Key), kRegSuccess);
+  EXPECT_EQ(SubKeysOf(kInstances), (Names{"Alpha", "Beta"}));
+}
+
+// A later value of a name wins; values not listed go; subkeys stay; a new key
+// comes with its parents; a value that does not fit its type changes nothing.
+TEST_F(RegistryTest, ReplaceValuesSetsTheWholeKey) {
+  ASSERT_EQ(hive_->ReplaceValues(kGamma, {{"A", kRegSz, "1"}, {"B", kRegSz, "2"}}), kRegSuccess);
+  ASSERT_EQ(hive_->ReplaceValues(
+                kGamma, {{"B", kRegSz, "old"}, {"C", kRegDword, "3"}, {"b", kRegSz, "new"}}),
+            kRegSuccess);
+  EXPECT_EQ(Sorted(ValuesOf(kGamma)), (Values{{"B", kRegSz, "new"}, {"C", kRegDword, "3"}}));
+  EXPECT_EQ(SubKeysOf(kGamma), Names{"Sub"});
+
+  const std::string fresh = kInstances + "\\New\\Environment";
+  ASSERT_EQ(hive_->ReplaceValues(fresh, {{"X", kRegSz, ""}}), kRegSuccess);
+  EXPECT_EQ(ValuesOf(fresh), (Values{{"X", kRegSz, ""}}));
+  EXPECT_EQ(hive_->ReplaceValues(kAlpha, {{"Home", kRegSz, "x"}, {"Count", kRegDword, "-1"}}),
+            kRegInvalidParameter);
+  EXPECT_EQ(ValuesOf(kAlpha).size(), 8u);
 }
 
 }  // namespace
-
-TEST_F(RegistryTest, ReplaceValuesSetsTheWholeKeyAndKeepsSubkeys) {
-  const std::string gamma = kInstances + "\\Gamma";
-  ASSERT_EQ(hive_->ReplaceValues(gamma, {{"A", kRegSz, "1"}, {"B", kRegSz, "2"}}), kRegSuccess);
-  // A later value of a name wins; values not listed go; the subkey stays.
-  ASSERT_EQ(hive_->ReplaceValues(
-                gamma, {{"B", kRegSz, "old"}, {"C", kRegDword, "3"}, {"b", kRegSz, "new"}}),
-            kRegSuccess);
-  auto key = Open(gamma);
-  ASSERT_TRUE(key);
-  const auto values = Values(key.get());
-  ASSERT_EQ(values.size(), 2u);
-  RegValue value;
-  ASSERT_EQ(key->QueryValue("B", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "new");
-  ASSERT_EQ(key->QueryValue("C", &value), kRegSuccess);
-  EXPECT_EQ(Tuple(value), Tuple({"C", kRegDword, "3"}));
-  EXPECT_EQ(key->QueryValue("A", &value), kRegFileNotFound);
-  EXPECT_EQ(SubKeys(key.get()), (std::vector<std::string>{"Sub"}));
-
-  // A new key with its parents; a value that does not fit its type changes nothing.
-  ASSERT_EQ(hive_->ReplaceValues(kInstances + "\\New\\Environment", {{"X", kRegSz, ""}}),
-            kRegSuccess);
-  EXPECT_EQ(Values(Open(kInstances + "\\New\\Environment").get()).size(), 1u);
-  EXPECT_EQ(hive_->ReplaceValues(kAlpha, {{"Home", kRegSz, "x"}, {"Count", kRegDword, "-1"}}),
-            kRegInvalidParameter);
-  EXPECT_EQ(Values(Open(kAlpha).get()).size(), 8u);
-}
