@@ -1,21 +1,25 @@
-// Behaviour of the file layer, the same on every backend.
+// Behaviour of the file layer and the file lock, the same on every backend.
 #include "platform/files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <thread>
 
 #include "common/scratch_dir.h"
+#include "platform/file_lock.h"
 
 namespace platform {
 namespace {
 
 using sqxa_test::ScratchDir;
+using Clock = std::chrono::steady_clock;
 using ::testing::ElementsAre;
-using ::testing::UnorderedElementsAre;
 
 std::string Read(const std::string& path) {
   std::string contents;
@@ -23,50 +27,32 @@ std::string Read(const std::string& path) {
   return contents;
 }
 
-// Paths are composed with backslashes everywhere above the file layer.
-TEST(Files, BackslashPathsReachTheFileSystem) {
+// Paths are composed with backslashes everywhere above the file layer; contents
+// are binary; missing files and directories are told.
+TEST(Files, BackslashPathsBinaryContentsAndMissingFiles) {
   ScratchDir dir;
-  const std::string sub = dir.path().string() + "\\sub";
+  const std::string sub = dir.path().string() + "\\sub", binary("a\r\nb\nc\0d\x1a\xff", 10);
   ASSERT_EQ(MakeDirectory(sub), 0);
-  ASSERT_EQ(ReplaceFileContents(sub + "\\a.ini", "x=1\n"), 0);
-  EXPECT_TRUE(std::filesystem::is_regular_file(dir.path() / "sub" / "a.ini"));
-  EXPECT_TRUE(DirectoryExists(sub) && FileExists(sub + "\\a.ini"));
-  EXPECT_EQ(Read(sub + "\\a.ini"), "x=1\n");
-  EXPECT_TRUE(OpenFile(sub + "\\a.ini", "r") != nullptr);
-  EXPECT_EQ(RenameFile(sub + "\\a.ini", sub + "\\b.ini"), 0);
-  EXPECT_EQ(RemoveFile(sub + "\\b.ini"), 0);
-  EXPECT_FALSE(FileExists(sub + "\\b.ini"));
-  EXPECT_EQ(NativePath("a\\b/c.ini"), PathSeparator() == '/' ? "a/b/c.ini" : "a\\b/c.ini");
-}
-
-TEST(Files, MissingFilesAndDirectoriesAreTold) {
-  ScratchDir dir;
-  const std::string sub = dir.File("sub"), missing = dir.File("missing.txt");
-  EXPECT_EQ(MakeDirectory(sub), 0);
   EXPECT_EQ(MakeDirectory(sub), EEXIST);
-  EXPECT_EQ(MakeDirectory(dir.File("missing") + "/child"), ENOENT);
-  EXPECT_TRUE(DirectoryExists(sub) && !FileExists(sub));
+  ASSERT_EQ(ReplaceFileContents(sub + "\\a.ini", binary), 0);
+  EXPECT_EQ(Read((dir.path() / "sub" / "a.ini").string()), binary);
+  EXPECT_TRUE(DirectoryExists(sub) && !FileExists(sub) && OpenFile(sub + "\\a.ini", "r"));
+  ASSERT_EQ(ReplaceFileContents(sub + "\\b.ini", "short"), 0);
+  EXPECT_EQ(RenameFile(sub + "\\b.ini", sub + "\\a.ini"), 0);  // replaces the target
+  EXPECT_EQ(Read(sub + "\\a.ini"), "short");
+  EXPECT_EQ(RemoveFile(sub + "\\a.ini"), 0);
+  EXPECT_EQ(NativePath("a\\b/c.ini"), PathSeparator() == '/' ? "a/b/c.ini" : "a\\b/c.ini");
+
+  const std::string missing = sub + "\\a.ini";
   std::string contents = "untouched";
   EXPECT_EQ(ReadFileContents(missing, &contents), ENOENT);
   EXPECT_EQ(contents, "untouched");
   EXPECT_EQ(RemoveFile(missing), ENOENT);
+  EXPECT_EQ(MakeDirectory(missing + "\\child"), ENOENT);
   errno = 0;
   EXPECT_TRUE(OpenFile(missing, "rb") == nullptr);
   EXPECT_EQ(errno, ENOENT);
   EXPECT_FALSE(FileExists(missing) || DirectoryExists(missing));
-}
-
-TEST(Files, ContentsAreBinaryAndReplacedWhole) {
-  ScratchDir dir;
-  const std::string path = dir.File("data.bin"), binary("a\r\nb\nc\0d\x1a\xff", 10);
-  ASSERT_EQ(ReplaceFileContents(path, binary), 0);
-  EXPECT_EQ(Read(path), binary);
-  ASSERT_EQ(ReplaceFileContents(path, "short"), 0);
-  EXPECT_EQ(Read(path), "short");
-  ASSERT_EQ(ReplaceFileContents(dir.File("other"), ""), 0);
-  EXPECT_EQ(RenameFile(dir.File("other"), path), 0);  // replaces the target
-  EXPECT_EQ(Read(path), "");
-  EXPECT_THAT(dir.Entries(), ElementsAre("data.bin"));
 }
 
 // What a writer that died left beside its target goes; nothing else does.
@@ -78,17 +64,16 @@ TEST(Files, StaleTemporariesOfOneTargetAreRemoved) {
   RemoveStaleTemporariesOf(dir.File("t.ini"));
   std::vector<std::string> names;
   ASSERT_EQ(ListDirectory(dir.path().string(), &names), 0);
-  EXPECT_THAT(names, UnorderedElementsAre("t.ini", "u.ini.sqxa-12-0.tmp", "t.ini.sqxa-notes.txt",
-                                          "t.ini.tmp"));
+  EXPECT_THAT(names, ::testing::UnorderedElementsAre("t.ini", "u.ini.sqxa-12-0.tmp",
+                                                     "t.ini.sqxa-notes.txt", "t.ini.tmp"));
 }
 
 TEST(AtomicFile, WritesBesideTheTargetUntilCommittedAndLeavesNothingElse) {
   ScratchDir dir;
   const std::string target = dir.File("t.ini");
   ASSERT_EQ(ReplaceFileContents(target, "old"), 0);
-  AtomicFile first, second;
-  ASSERT_EQ(first.Open(target), 0);
-  ASSERT_EQ(second.Open(target), 0);
+  AtomicFile first, second, in_missing_dir;
+  ASSERT_EQ(first.Open(target) + second.Open(target), 0);
   EXPECT_NE(first.temporary_path(), second.temporary_path());
   EXPECT_EQ(std::filesystem::path(first.temporary_path()).parent_path(), dir.path());
   std::fputs("first", first.stream());
@@ -104,7 +89,6 @@ TEST(AtomicFile, WritesBesideTheTargetUntilCommittedAndLeavesNothingElse) {
   }
   EXPECT_EQ(Read(target), "first");
   EXPECT_THAT(dir.Entries(), ElementsAre("t.ini"));
-  AtomicFile in_missing_dir;
   EXPECT_EQ(in_missing_dir.Open(dir.File("missing") + "/t.ini"), ENOENT);
 }
 
@@ -139,6 +123,31 @@ TEST(AtomicFile, FailedCommitKeepsTheOldFileAndRemovesTheTemporary) {
     EXPECT_EQ(Read(target), "old contents\n");
     EXPECT_THAT(dir.Entries(), ElementsAre("t.ini"));
   }
+}
+
+// A second FileLock object stands in for a second process. A file that cannot
+// be opened is no timeout; the lock file stays, empty.
+TEST(FileLock, SecondHolderWaitsTimesOutOrGetsTheLockWhenReleased) {
+  ScratchDir dir;
+  const std::string path = dir.File("sq_xa.lock");
+  std::unique_ptr<FileLock> first, second;
+  ASSERT_EQ(FileLock::Acquire(path, 0, &first), 0);
+  EXPECT_EQ(FileLock::Acquire(path, 0, &second), ETIMEDOUT);
+  auto start = Clock::now();
+  EXPECT_EQ(FileLock::Acquire(path, 150, &second), ETIMEDOUT);
+  EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(150));
+  EXPECT_EQ(FileLock::Acquire(dir.File("missing") + "/sq_xa.lock", 0, &second), ENOENT);
+  EXPECT_TRUE(second == nullptr);
+  std::thread releaser([&first] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    first.reset();
+  });
+  start = Clock::now();
+  EXPECT_EQ(FileLock::Acquire(path, 10000, &second), 0);
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(5));
+  releaser.join();
+  second.reset();
+  EXPECT_EQ(std::filesystem::file_size(path), 0u);
 }
 
 }  // namespace

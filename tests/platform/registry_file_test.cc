@@ -46,7 +46,8 @@ class RegistryFileTest : public ::testing::Test {
   std::string path_ = dir_.File("registry.reg");
 };
 
-TEST_F(RegistryFileTest, MalformedFileIsEmptyReportedOnceAndNeverRewritten) {
+TEST_F(RegistryFileTest, TheFileAsItIsNowIsTheRegistry) {
+  // A malformed file is empty, reported once and never rewritten.
   const std::string bad = kHeader + kSection + "]\r\n\"v\"=hex:0g\r\n";
   UseRegistry(bad);
   testing::internal::CaptureStderr();
@@ -58,11 +59,9 @@ TEST_F(RegistryFileTest, MalformedFileIsEmptyReportedOnceAndNeverRewritten) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "registry file '" + path_ + "' line 3: bad hex digit\n");
   EXPECT_EQ(FileText(), bad);
-}
 
-// Changes to the file are seen; no file is an empty registry nobody can write;
-// one view serves both widths; there are no remote machines.
-TEST_F(RegistryFileTest, TheFileAsItIsNowIsTheRegistry) {
+  // Changes to the file are seen; no file is an empty registry nobody can
+  // write; one view serves both widths; there are no remote machines.
   UseRegistry(kHeader + kSection + "]\r\n");
   EXPECT_EQ(Open(kKey, kKeyRead | kKeyWow64_32Key), kRegSuccess);
   EXPECT_EQ(Open("Software\\Wow6432Node", kKeyRead | kKeyWow64_32Key), kRegFileNotFound);
@@ -72,7 +71,6 @@ TEST_F(RegistryFileTest, TheFileAsItIsNowIsTheRegistry) {
   EXPECT_EQ(Open(kKey), kRegFileNotFound);
 
   UseRegistryFile("");
-  std::unique_ptr<RegistryKey> key;
   EXPECT_EQ(Open(kKey), kRegFileNotFound);
   EXPECT_EQ(Connect()->CreateKey(kKey, kKeyAllAccess, &key), kRegCannotWrite);
   EXPECT_EQ(Connect()->DeleteKey(kKey, 0), kRegFileNotFound);

@@ -123,16 +123,10 @@ TEST_F(RegistryTest, WrittenValuesReadBackInTextForm) {
   EXPECT_EQ(Data(*Open(kInstances + "\\Beta"), "Home"), "status 2");
 }
 
-TEST_F(RegistryTest, DeleteKeyRefusesKeysWithSubkeys) {
-  EXPECT_EQ(hive_->DeleteKey(kGamma, kKeyWow64_64Key), kRegAccessDenied);
-  EXPECT_EQ(hive_->DeleteKey(kGamma + "\\SUB", kKeyWow64_64Key), kRegSuccess);
-  EXPECT_EQ(hive_->DeleteKey(kGamma, kKeyWow64_64Key), kRegSuccess);
-  EXPECT_EQ(SubKeysOf(kInstances), (Names{"Alpha", "Beta"}));
-}
-
 // A later value of a name wins; values not listed go; subkeys stay; a new key
 // comes with its parents; a value that does not fit its type changes nothing.
-TEST_F(RegistryTest, ReplaceValuesSetsTheWholeKey) {
+// A key with subkeys cannot be deleted.
+TEST_F(RegistryTest, ReplaceValuesSetsTheWholeKeyDeleteKeyOnlyALeaf) {
   ASSERT_EQ(hive_->ReplaceValues(kGamma, {{"A", kRegSz, "1"}, {"B", kRegSz, "2"}}), kRegSuccess);
   ASSERT_EQ(hive_->ReplaceValues(
                 kGamma, {{"B", kRegSz, "old"}, {"C", kRegDword, "3"}, {"b", kRegSz, "new"}}),
@@ -146,6 +140,11 @@ TEST_F(RegistryTest, ReplaceValuesSetsTheWholeKey) {
   EXPECT_EQ(hive_->ReplaceValues(kAlpha, {{"Home", kRegSz, "x"}, {"Count", kRegDword, "-1"}}),
             kRegInvalidParameter);
   EXPECT_EQ(ValuesOf(kAlpha).size(), 8u);
+
+  EXPECT_EQ(hive_->DeleteKey(kGamma, kKeyWow64_64Key), kRegAccessDenied);
+  EXPECT_EQ(hive_->DeleteKey(kGamma + "\\SUB", kKeyWow64_64Key), kRegSuccess);
+  EXPECT_EQ(hive_->DeleteKey(kGamma, kKeyWow64_64Key), kRegSuccess);
+  EXPECT_EQ(SubKeysOf(kInstances), (Names{"Alpha", "Beta", "New"}));
 }
 
 }  // namespace

@@ -38,19 +38,13 @@ int main(int argc, char** argv) {
     for (int i = 2; i < argc; ++i) std::printf("%s\n", argv[i]);
     return 0;
   }
-  if (mode == "env" && value) {
-    const char* set = std::getenv(value);
-    std::fputs(set != nullptr ? set : "(unset)", stdout);
-    return 0;
-  }
+  if (mode == "env" && value)
+    return std::fputs(std::getenv(value) ? std::getenv(value) : "(unset)", stdout) < 0;
   if (mode == "sleep" && value) {
     std::this_thread::sleep_for(std::chrono::milliseconds(std::atol(value)));
     return 0;
   }
   if (mode == "crash") __builtin_trap();
-  std::fputs(
-      "usage: sqxa_test_child exit N | flood BYTES | echo | args ... | env NAME | sleep MS | "
-      "crash\n",
-      stderr);
+  std::fputs("usage: see test_child.cc\n", stderr);
   return 2;
 }
