@@ -1,11 +1,12 @@
 // Behaviour of the profile section functions. The same cases run against the
 // Windows functions (under Wine) and against the portable implementation, so
-// every expectation here is one both give.
+// every expectation here is one both give (but the last, of the portable writer).
 #include "platform/profile.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -17,6 +18,7 @@
 namespace platform {
 namespace {
 
+using namespace std::string_literals;
 using sqxa_test::ScratchDir;
 using sqxa_test::WithLf;  // the Windows writer always writes CR LF
 
@@ -155,6 +157,41 @@ TEST_F(ProfileTest, WritingAppendsOrCreates) {
   EXPECT_TRUE(WriteIniSection("S", "\0", missing));
   EXPECT_FALSE(FileExists(missing));
   EXPECT_FALSE(WriteIniSection("S", "a=1\0\0", dir_.File("no dir") + "/x.ini"));
+}
+
+// The portable writer beyond what the Windows functions promise: it changes
+// only the section it writes, keeps the file's line ends and anything binary
+// outside the section, and replaces the file atomically.
+TEST_F(ProfileTest, PortableWriterChangesOnlyTheSectionInTheFilesOwnLineEnds) {
+  if (PathSeparator() == '\\') GTEST_SKIP() << "the Windows functions write the file";
+  const std::string head = "; generated\n\n[A]\n  a = 1  \n;x\n\n", tail = "[B]\r\nodd line\t\n\n";
+  const std::string binary = "[A]\n\0\xff\x01=\x02\r\x1a\n"s;
+  const struct {
+    std::string before, section, entries, after;
+  } cases[] = {
+      {head + "[S]\nold=1\n; old\nolder\n\n\n" + tail, "S", "n=1\0m=2\0"s,
+       head + "[S]\nn=1\nm=2\n\n\n" + tail},
+      {"x=1\n\n[A]\na=1\n", "", "y=2\0"s, "y=2\n\n[A]\na=1\n"},  // before the first header
+      {"\xef\xbb\xbf[S]\na=1\n", "S", "b=2\0"s, "\xef\xbb\xbf[S]\nb=2\n"},  // the UTF-8 mark stays
+      {binary + "[S]\na=1\n", "S", "b=2\0"s, binary + "[S]\nb=2\n"},
+      {"[A]\r\na=1\r\n[S]\r\nold=1", "S", "n=1\0"s, "[A]\r\na=1\r\n[S]\r\nn=1\r\n"},
+      {"[A]\r\na=1", "S", "n=1\0"s, "[A]\r\na=1\r\n[S]\r\nn=1\r\n"},
+      {"[A]\na=1\n[S]", "S", "n=1\0"s, "[A]\na=1\n[S]\nn=1\n"},
+      {"", "S", "n=1\0"s, "[S]\nn=1\n"},
+  };
+  for (const auto& c : cases) {
+    const std::string path = NewFile(c.before);
+    EXPECT_TRUE(WriteIniSection(c.section, c.entries.c_str(), path));
+    EXPECT_EQ(FileText(path), c.after);
+  }
+  const std::string path = NewFile("[S]\na=1\n");
+  FileSystemCalls failing = SetFileSystemCallsForTesting(nullptr);
+  failing.rename = [](const std::string&, const std::string&) { return ENOSPC; };
+  SetFileSystemCallsForTesting(&failing);
+  EXPECT_FALSE(WriteIniSection("S", "b=2\0", path));
+  SetFileSystemCallsForTesting(nullptr);
+  EXPECT_EQ(FileText(path), "[S]\na=1\n");  // a failed replacement leaves the file
+  EXPECT_EQ(dir_.Entries().size(), static_cast<size_t>(files_)) << "a temporary file was left";
 }
 
 }  // namespace

@@ -1,19 +1,25 @@
-// The behaviour of the registry seam, the same on both backends: the file-backed
-// registry natively, the Win32 registry under Wine. The fixture's keys lie
-// under Software\SqXaTest, apart from those of a real machine.
+// The registry seam, the same on both backends (the file-backed registry
+// natively, the Win32 registry under Wine); then what only the file-backed one
+// has: its file format, faults, reloading and writers sharing the file.
 #include "platform/registry.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
 #include "common/host_registry.h"
+#include "common/scratch_dir.h"
+#include "platform/files.h"
+#include "platform/reg_file.h"
 
 namespace {
 
@@ -22,7 +28,8 @@ using namespace std::string_literals;
 using Values = std::vector<std::tuple<std::string, uint32_t, std::string>>;
 using Names = std::vector<std::string>;
 
-const std::string kInstances = "Software\\SqXaTest\\Instances";
+const std::string kV5 = "Windows Registry Editor Version 5.00\r\n";
+const std::string kTest = "Software\\SqXaTest", kInstances = kTest + "\\Instances";
 const std::string kAlpha = kInstances + "\\Alpha", kGamma = kInstances + "\\Gamma";
 
 // Values in name order: the Win32 registry does not keep the order of writing.
@@ -31,41 +38,55 @@ Values Sorted(Values values) {
   return values;
 }
 
+std::unique_ptr<Registry> Connect() {
+  std::unique_ptr<Registry> hive;
+  EXPECT_EQ(Registry::Connect("", &hive), kRegSuccess);
+  return hive;
+}
+
+long Status(const std::string& path, uint32_t access = kKeyRead) {
+  std::unique_ptr<RegistryKey> key;
+  return Connect()->OpenKey(path, access, &key);
+}
+
+std::unique_ptr<RegistryKey> Open(const std::string& path, uint32_t access = kKeyRead) {
+  std::unique_ptr<RegistryKey> key;
+  EXPECT_EQ(Connect()->OpenKey(path, access, &key), kRegSuccess) << path;
+  return key;
+}
+
+// The key's values, or its subkeys' names, in enumeration order.
+Values ValuesOf(const std::string& path) {
+  Values values;
+  RegValue value;
+  auto key = Open(path);
+  while (key && key->EnumValue(values.size(), &value) == kRegSuccess)
+    values.emplace_back(value.name, value.type, value.data);
+  return values;
+}
+
+Names SubKeysOf(const std::string& path) {
+  Names names;
+  std::string name;
+  auto key = Open(path, kKeyEnumerateSubKeys);
+  while (key && key->EnumSubKey(names.size(), &name) == kRegSuccess) names.push_back(name);
+  return names;
+}
+
+std::string Data(RegistryKey& key, const std::string& name) {
+  RegValue value;
+  const long status = key.QueryValue(name, &value);
+  return status == kRegSuccess ? value.data : "status " + std::to_string(status);
+}
+
+// The fixture's keys lie under Software\SqXaTest, apart from those of a real machine.
 class RegistryTest : public ::testing::Test {
  protected:
   void SetUp() override {
     std::ostringstream text;
     text << std::ifstream(SQXA_FIXTURE_DIR "/registry/basic.reg", std::ios::binary).rdbuf();
     ASSERT_TRUE(sqxa_test::LoadHost(text.str()));
-    ASSERT_EQ(Registry::Connect("", &hive_), kRegSuccess);
   }
-  std::unique_ptr<RegistryKey> Open(const std::string& path, uint32_t access = kKeyRead) {
-    std::unique_ptr<RegistryKey> key;
-    EXPECT_EQ(hive_->OpenKey(path, access, &key), kRegSuccess) << path;
-    return key;
-  }
-  // The key's values, or its subkeys' names, in enumeration order.
-  Values ValuesOf(const std::string& path) {
-    Values values;
-    RegValue value;
-    auto key = Open(path);
-    while (key && key->EnumValue(values.size(), &value) == kRegSuccess)
-      values.emplace_back(value.name, value.type, value.data);
-    return values;
-  }
-  Names SubKeysOf(const std::string& path) {
-    Names names;
-    std::string name;
-    auto key = Open(path, kKeyEnumerateSubKeys);
-    while (key && key->EnumSubKey(names.size(), &name) == kRegSuccess) names.push_back(name);
-    return names;
-  }
-  std::string Data(RegistryKey& key, const std::string& name) {
-    RegValue value;
-    const long status = key.QueryValue(name, &value);
-    return status == kRegSuccess ? value.data : "status " + std::to_string(status);
-  }
-  std::unique_ptr<Registry> hive_;
 };
 
 TEST_F(RegistryTest, ReadsValuesInTextFormIgnoringCaseAndHonoursAccess) {
@@ -89,16 +110,17 @@ TEST_F(RegistryTest, ReadsValuesInTextFormIgnoringCaseAndHonoursAccess) {
   EXPECT_EQ(key->SetValue("Home", kRegSz, "E:\\"), kRegAccessDenied);
   EXPECT_EQ(key->DeleteValue("Home"), kRegAccessDenied);
   EXPECT_EQ(Open(kInstances, kKeyEnumerateSubKeys)->EnumValue(0, &value), kRegAccessDenied);
-  for (const std::string& missing : {kInstances + "\\Delta", kAlpha + "\\Sub"})
-    EXPECT_EQ(hive_->OpenKey(missing, kKeyRead, &key), kRegFileNotFound) << missing;
-  EXPECT_EQ(hive_->DeleteKey(kInstances + "\\Delta", 0), kRegFileNotFound);
+  EXPECT_EQ(Status(kInstances + "\\Delta"), kRegFileNotFound);
+  EXPECT_EQ(Status(kAlpha + "\\Sub"), kRegFileNotFound);
+  EXPECT_EQ(Connect()->DeleteKey(kInstances + "\\Delta", 0), kRegFileNotFound);
 }
 
-TEST_F(RegistryTest, WrittenValuesReadBackInTextForm) {
+TEST_F(RegistryTest, WrittenValuesReadBackInTextFormAndKeysGoOnlyWhenEmpty) {
+  auto hive = Connect();
   std::unique_ptr<RegistryKey> key;
-  ASSERT_EQ(hive_->CreateKey(kInstances + "\\Delta\\Deep", kKeyAllAccess, &key), kRegSuccess);
+  ASSERT_EQ(hive->CreateKey(kInstances + "\\Delta\\Deep", kKeyAllAccess, &key), kRegSuccess);
   EXPECT_EQ(SubKeysOf(kInstances + "\\Delta"), Names{"Deep"});
-  ASSERT_EQ(hive_->CreateKey(kInstances + "\\beta", kKeyAllAccess, &key), kRegSuccess);
+  ASSERT_EQ(hive->CreateKey(kInstances + "\\beta", kKeyAllAccess, &key), kRegSuccess);
   EXPECT_EQ(Data(*key, "Home"), "D:\\Beta");  // an existing key opens
 
   const Values written = {
@@ -117,34 +139,247 @@ TEST_F(RegistryTest, WrittenValuesReadBackInTextForm) {
   Values expected = written;
   expected.emplace_back("Count", kRegDword, "7");
   EXPECT_EQ(Sorted(ValuesOf(kInstances + "\\Beta")), Sorted(expected));
-
   EXPECT_EQ(key->DeleteValue("HOME"), kRegSuccess);
   EXPECT_EQ(key->DeleteValue("Home"), kRegFileNotFound);
   EXPECT_EQ(Data(*Open(kInstances + "\\Beta"), "Home"), "status 2");
-}
 
-// A later value of a name wins; values not listed go; subkeys stay; a new key
-// comes with its parents; a value that does not fit its type changes nothing.
-// A key with subkeys cannot be deleted.
-TEST_F(RegistryTest, ReplaceValuesSetsTheWholeKeyDeleteKeyOnlyALeaf) {
-  ASSERT_EQ(hive_->ReplaceValues(kGamma, {{"A", kRegSz, "1"}, {"B", kRegSz, "2"}}), kRegSuccess);
-  ASSERT_EQ(hive_->ReplaceValues(
+  // A later value of a name wins and subkeys stay; a value that does not fit its
+  // type changes nothing. A key with subkeys cannot be deleted.
+  ASSERT_EQ(hive->ReplaceValues(
                 kGamma, {{"B", kRegSz, "old"}, {"C", kRegDword, "3"}, {"b", kRegSz, "new"}}),
             kRegSuccess);
   EXPECT_EQ(Sorted(ValuesOf(kGamma)), (Values{{"B", kRegSz, "new"}, {"C", kRegDword, "3"}}));
-  EXPECT_EQ(SubKeysOf(kGamma), Names{"Sub"});
-
-  const std::string fresh = kInstances + "\\New\\Environment";
-  ASSERT_EQ(hive_->ReplaceValues(fresh, {{"X", kRegSz, ""}}), kRegSuccess);
-  EXPECT_EQ(ValuesOf(fresh), (Values{{"X", kRegSz, ""}}));
-  EXPECT_EQ(hive_->ReplaceValues(kAlpha, {{"Home", kRegSz, "x"}, {"Count", kRegDword, "-1"}}),
+  EXPECT_EQ(hive->ReplaceValues(kAlpha, {{"Home", kRegSz, "x"}, {"Count", kRegDword, "-1"}}),
             kRegInvalidParameter);
   EXPECT_EQ(ValuesOf(kAlpha).size(), 8u);
+  EXPECT_EQ(hive->DeleteKey(kGamma, kKeyWow64_64Key), kRegAccessDenied);
+  EXPECT_EQ(hive->DeleteKey(kGamma + "\\SUB", kKeyWow64_64Key), kRegSuccess);
+  EXPECT_EQ(hive->DeleteKey(kGamma, kKeyWow64_64Key), kRegSuccess);
+  EXPECT_EQ(SubKeysOf(kInstances), (Names{"Alpha", "Beta", "Delta"}));
+}
 
-  EXPECT_EQ(hive_->DeleteKey(kGamma, kKeyWow64_64Key), kRegAccessDenied);
-  EXPECT_EQ(hive_->DeleteKey(kGamma + "\\SUB", kKeyWow64_64Key), kRegSuccess);
-  EXPECT_EQ(hive_->DeleteKey(kGamma, kKeyWow64_64Key), kRegSuccess);
-  EXPECT_EQ(SubKeysOf(kInstances), (Names{"Alpha", "Beta", "New"}));
+// Loads `text` as a registry file expecting a fault; the line of the fault. A
+// failed load leaves an empty hive.
+uint64_t FaultLine(const std::string& text) {
+  RegFile file;
+  RegFileError error;
+  RegFile::KeyId key;
+  EXPECT_FALSE(file.Load(text, &error) || error.message.empty() || file.FindKey("A", &key));
+  return error.line;
+}
+
+// Latin-1 text as a UTF-16LE file with its byte order mark.
+std::string Utf16(const std::string& latin1) {
+  std::string out = "\xff\xfe";
+  for (char c : latin1) out += {c, '\0'};
+  return out;
+}
+
+TEST(RegFileTest, FaultsAreReportedWithTheirLine) {
+  const std::string key = kV5 + "[HKLM\\A]\n";
+  const std::pair<std::string, uint64_t> cases[] = {
+      {"", 1},
+      {"Windows Registry Editor Version 4.00\n[HKLM\\A]\n", 1},
+      {std::string("W\0i\0n\0", 6), 1},           // UTF-16 without its mark
+      {Utf16(key) + "x", 2},                      // odd byte count
+      {kV5 + "\"v\"=\"1\"\n", 2},                 // value before any key
+      {key + "\"v=1\n", 3},                       // unterminated name
+      {key + "\"v\"=\"1\n", 3},                   // unterminated text
+      {key + "\"v\"=hex:01,\\\n  02,0g\n", 4},    // bad digit, continued
+      {key + "\"v\"=hex:01,\\\n[HKLM\\B]\n", 4},  // no continuation
+      {key + "\"v\"=hex:01,\\\n", 3},             // truncated mid-value
+      {key + "\"v\"=dword:123456789\n", 3},       // nine digits
+      {key + "\"v\"=hex(2x):00\n", 3},            // bad type
+      {kV5 + "\n[HKLM\\A\n", 3},                  // unclosed header
+      {key + "stray text\n", 3},                  // not a line of the format
+      {key + "\"v\" \"1\"\n", 3},                 // no '='
+  };
+  for (const auto& [text, line] : cases) EXPECT_EQ(FaultLine(text), line) << text;
+}
+
+TEST(RegFileTest, HostileInputEndsCleanly) {
+  const std::string valid = kV5 +
+                            "[HKLM\\A]\n\"s\"=\"text\"\n\"h\"=hex(7):61,00,\\\n  00,00\n"
+                            "[-HKLM\\A]\n[HKLM\\B\\C]\n@=dword:1\n";
+  for (size_t size = 0; size <= valid.size(); ++size) {  // a file cut anywhere
+    RegFile file;
+    RegFileError error;
+    EXPECT_TRUE(file.Load(valid.substr(0, size), &error) || (error.line >= 1 && error.line <= 9))
+        << size << ": " << error.line;
+  }
+  RegFile file;
+  RegFileError error;
+  const std::string megabytes(4 << 20, 'a'), key = kV5 + "[HKLM\\A]\n\"v\"=";
+  EXPECT_TRUE(file.Load(key + "\"" + megabytes + "\"\n", &error));
+  EXPECT_EQ(FaultLine(key + "\"" + megabytes + "\n"), 3u);
+  EXPECT_EQ(FaultLine(key + "hex:" + megabytes + "\n"), 3u);
+  EXPECT_EQ(FaultLine(key + "\"\0\xff\xfe\x01\"\n"s + "\x80\x81\n"), 4u);
+  // The registry's own limits bound what a writer may have to write back.
+  std::string deep = kV5 + "[HKLM";
+  for (int i = 0; i < 512; ++i) deep += "\\k";
+  ASSERT_TRUE(file.Load(deep + "]\n", &error));
+  EXPECT_GT(RegTree(file).Serialize().size(), 512u * 512u);
+  (void)FaultLine(deep + "\\k]\n");
+  (void)FaultLine(kV5 + "[HKLM\\" + std::string(256, 'n') + "]\n");
+  // Deleting and re-creating one key over and over stays linear.
+  std::string churn = kV5;
+  for (int i = 0; i < 50000; ++i) churn += "[HKLM\\A]\n[-HKLM\\A]\n";
+  RegFile::KeyId found;
+  EXPECT_TRUE(file.Load(churn + "[HKLM\\A]\n", &error) && file.FindKey("A", &found));
+}
+
+// Where the Windows backend uses the machine's registry, these have no file.
+class RegistryFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (PathSeparator() == '\\') GTEST_SKIP() << "the Win32 registry has no file";
+  }
+  // Points the registry at the file, holding `text`.
+  void UseRegistry(const std::string& text) {
+    std::ofstream(path_, std::ios::binary) << text;
+    UseRegistryFile(path_);
+  }
+  std::string FileText() {
+    std::ostringstream text;
+    text << std::ifstream(path_, std::ios::binary).rdbuf();
+    return text.str();
+  }
+  sqxa_test::ScratchDir dir_;
+  std::string path_ = dir_.File("registry.reg");
+};
+
+// Beyond the fixtures: comments, deletions, blanks, other types; UTF-16 files
+// and the ANSI data of REGEDIT4 files.
+TEST_F(RegistryFileTest, ReadsEveryValueSyntaxAndEncoding) {
+  UseRegistry(kV5 +
+              "\r\n; a comment\r\n[HKEY_LOCAL_MACHINE\\Software\\App]\r\n@=\"default\"\r\n"
+              "\"Path\"=\"C:\\\\dir\\\\ \\\"x\\\" \\n\"\r\n\"Dword\"=dword:0000ffff\r\n"
+              "\"Bin\"=hex:de,ad,\\\r\n  be,EF\r\n\"Big\"=hex(5):00,00,00,01\r\n"
+              "\"Gone\"=\"soon\"\r\n  ; an indented comment\r\n\"Gone\"=-\r\n"
+              "\"Spaced\" = \"ok\" ; trailing comment\r\n");
+  const Values expected = {{"", kRegSz, "default"},       {"Path", kRegSz, "C:\\dir\\ \"x\" \\n"},
+                           {"Dword", kRegDword, "65535"}, {"Bin", kRegBinary, "\xde\xad\xbe\xef"},
+                           {"Big", 5, "\0\0\0\x01"s},     {"Spaced", kRegSz, "ok"}};
+  EXPECT_EQ(ValuesOf("software\\APP"), expected);
+  UseRegistry(
+      Utf16(kV5 + "[HKLM\\Caf\xe9]\r\n\"N\xe9\"=\"\xe9t\xe9\"\r\n\"E\"=hex(2):e9,00,00,00\r\n"));
+  EXPECT_EQ(ValuesOf("Caf\xc3\xa9"),
+            (Values{{"N\xc3\xa9", kRegSz, "\xc3\xa9t\xc3\xa9"}, {"E", kRegExpandSz, "\xc3\xa9"}}));
+  UseRegistry(
+      "REGEDIT4\n\n[HKEY_LOCAL_MACHINE\\K]\n\"E\"=hex(2):41,42,00\n\"M\"=hex(7):61,00,62,00,00\n");
+  EXPECT_EQ(ValuesOf("K"), (Values{{"E", kRegExpandSz, "AB"}, {"M", kRegMultiSz, "a\0b\0"s}}));
+}
+
+// Keys ignore case, imply their parents and merge: a later section replaces a
+// value in place, keeping the name as first spelled. A deleted key loses its
+// subtree as of that point.
+TEST_F(RegistryFileTest, KeysIgnoreCaseImplyParentsMergeAndDelete) {
+  UseRegistry(kV5 +
+              "[HKLM\\S\\One\\Two\\Three]\n[HKEY_CURRENT_USER\\S\\Elsewhere]\n\"x\"=\"y\"\n"
+              "[HKLM\\s\\one\\TWO]\n\"a\"=\"1\"\n\"b\"=\"2\"\n[HKEY_LOCAL_MACHINE\\S\\One\\Four]\n"
+              "[hkey_local_machine\\S\\ONE\\two]\n\"A\"=\"3\"\n\"c\"=\"4\"\n"
+              "[HKLM\\S\\X]\n\"old\"=\"1\"\n[HKLM\\S\\X\\B]\n[-HKLM\\S\\X]\n[-HKLM\\Never\\There]\n"
+              "[HKLM\\S\\x]\n\"new\"=\"2\"\n");
+  EXPECT_EQ(SubKeysOf("S"), (Names{"One", "x"}));
+  EXPECT_EQ(SubKeysOf("S\\one"), (Names{"Two", "Four"}));
+  EXPECT_EQ(SubKeysOf("S\\ONE\\two"), Names{"Three"});
+  EXPECT_EQ(ValuesOf("S\\One\\Two"),
+            (Values{{"a", kRegSz, "3"}, {"b", kRegSz, "2"}, {"c", kRegSz, "4"}}));
+  EXPECT_EQ(ValuesOf("S\\X"), (Values{{"new", kRegSz, "2"}}));
+  EXPECT_EQ(SubKeysOf("S\\X"), Names{});
+}
+
+// What is written reads back the same from the file, which has CR LF line ends
+// and wrapped hex lists; what it could not write back is refused.
+TEST_F(RegistryFileTest, WrittenFileReadsBackTheSameKeysAndValues) {
+  UseRegistry(kV5);
+  std::unique_ptr<RegistryKey> key, empty;
+  ASSERT_EQ(Connect()->CreateKey("Software\\Empty", kKeyAllAccess, &empty), kRegSuccess);
+  ASSERT_EQ(Connect()->CreateKey("Software\\Odd \"[names]\\ ]\\Leaf", kKeyAllAccess, &key),
+            kRegSuccess);
+  const Values values = {{"", kRegSz, "default"},
+                         {"quote\" back\\slash", kRegSz, "C:\\x \"y\"\\"},
+                         {"lines", kRegSz, "one\ntwo\r\n"},
+                         {"exp", kRegExpandSz, "%P%\\caf\xc3\xa9 \xf0\x9f\x98\x80"},
+                         {"multi", kRegMultiSz, "a\0\0b\0"s},
+                         {"dword", kRegDword, "4294967295"},
+                         {"qword", kRegQword, "1"},
+                         {"long", kRegBinary, std::string(300, '\x5a')},
+                         {"none", kRegNone, ""},
+                         {"custom", 0x1234, "\x01\x02"}};
+  for (const auto& [name, type, data] : values)
+    ASSERT_EQ(key->SetValue(name, type, data), kRegSuccess);
+  EXPECT_NE(key->SetValue("new\nline", kRegSz, ""), kRegSuccess);
+
+  const std::string written = FileText();
+  EXPECT_EQ(written.rfind(kV5, 0), 0u);
+  for (size_t start = 0, end; (end = written.find('\n', start)) != std::string::npos;
+       start = end + 1)
+    EXPECT_LE(end - start, 82u);
+  UseRegistry(written);  // read afresh
+  EXPECT_EQ(ValuesOf("software\\odd \"[names]\\ ]\\leaf"), values);
+  EXPECT_EQ(SubKeysOf("Software"), (Names{"Empty", "Odd \"[names]"}));
+}
+
+// A malformed file is empty, reported once and never rewritten. Changes to the
+// file are seen; no file is an empty registry nobody can write; one view serves
+// both widths; there are no remote machines.
+TEST_F(RegistryFileTest, TheFileAsItIsNowIsTheRegistry) {
+  const std::string bad = kV5 + "[HKEY_LOCAL_MACHINE\\" + kTest + "]\r\n\"v\"=hex:0g\r\n";
+  UseRegistry(bad);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Status(kTest), kRegFileNotFound);
+  EXPECT_EQ(Status(kTest), kRegFileNotFound);
+  std::unique_ptr<RegistryKey> key;
+  EXPECT_EQ(Connect()->CreateKey(kTest + "\\New", kKeyAllAccess, &key), kRegBadDatabase);
+  EXPECT_EQ(Connect()->DeleteKey(kTest, 0), kRegBadDatabase);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "registry file '" + path_ + "' line 3: bad hex digit\n");
+  EXPECT_EQ(FileText(), bad);
+
+  UseRegistry(kV5 + "[HKLM\\" + kTest + "]\r\n");
+  EXPECT_EQ(Status(kTest, kKeyRead | kKeyWow64_32Key), kRegSuccess);
+  EXPECT_EQ(Status("Software\\Wow6432Node", kKeyRead | kKeyWow64_32Key), kRegFileNotFound);
+  std::ofstream(path_, std::ios::binary) << kV5 + "[HKLM\\" + kTest + "\\Later]\r\n";
+  EXPECT_EQ(Status(kTest + "\\Later"), kRegSuccess);
+  std::remove(path_.c_str());
+  EXPECT_EQ(Status(kTest), kRegFileNotFound);
+  UseRegistryFile("");
+  EXPECT_EQ(Status(kTest), kRegFileNotFound);
+  EXPECT_EQ(Connect()->CreateKey(kTest, kKeyAllAccess, &key), kRegCannotWrite);
+  EXPECT_EQ(Connect()->DeleteKey(kTest, 0), kRegFileNotFound);
+  std::unique_ptr<Registry> remote;
+  EXPECT_EQ(Registry::Connect("OTHERHOST", &remote), kRegBadNetPath);
+}
+
+TEST_F(RegistryFileTest, ConcurrentWritersKeepEveryChangeAndReadersSeeWholeFiles) {
+  const std::string shared = kTest + "\\Shared";
+  UseRegistry(kV5 + "[HKLM\\" + shared + "]\r\n");
+  constexpr int kWriters = 4, kWrites = 8;
+  std::atomic<bool> writing{true};
+  std::atomic<int> failed_reads{0};
+  testing::internal::CaptureStderr();
+  std::thread reader([&] {
+    while (writing) failed_reads += Status(shared) != kRegSuccess;
+  });
+  std::vector<std::thread> writers;
+  for (int w = 0; w < kWriters; ++w) {
+    writers.emplace_back([&, w] {
+      std::unique_ptr<RegistryKey> key;
+      ASSERT_EQ(Connect()->CreateKey(shared, kKeyAllAccess, &key), kRegSuccess);
+      for (int i = 0; i < kWrites; ++i)
+        EXPECT_EQ(key->SetValue(std::to_string(w) + "-" + std::to_string(i), kRegDword, "1"),
+                  kRegSuccess);
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+  writing = false;
+  reader.join();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(failed_reads, 0);
+  EXPECT_EQ(ValuesOf(shared).size(), size_t{kWriters * kWrites});
+  EXPECT_EQ(FileText().rfind(kV5, 0), 0u);
+  EXPECT_EQ(dir_.Entries().size(), 2u) << "the file and its lock, no temporary files";
 }
 
 }  // namespace
