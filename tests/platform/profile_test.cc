@@ -131,9 +131,7 @@ TEST_F(ProfileTest, WritingReplacesTheSection) {
       NewFile("[A]\r\na=1\r\n[S]\r\n;c\r\nold=1\r\nolder=2\r\n[B]\r\nb=2\r\n[s]\r\nd=1\r\n");
   ASSERT_TRUE(WriteIniSection("s", "x=1\0  y  =  2 \0no equals\0=e\0\0", path));
   EXPECT_EQ(FileText(path), "[A]\r\na=1\r\n[S]\r\nx=1\r\ny  =2 \r\n=e\r\n[B]\r\nb=2\r\n[s]\r\n");
-  std::string buffer(64, '#');
-  EXPECT_EQ(ReadIniSection("S", buffer.data(), 64, path), 11u);
-  EXPECT_EQ(buffer.substr(0, 13), Z("x=1\0y=2\0=e\0\0#"));
+  EXPECT_EQ(Read(FileText(path), "S"), std::make_pair(11u, Z("x=1\0y=2\0=e\0\0#")));
 
   ASSERT_TRUE(WriteIniSection("S", "\0", path));
   EXPECT_EQ(FileText(path), "[A]\r\na=1\r\n[S]\r\n[B]\r\nb=2\r\n[s]\r\n");
