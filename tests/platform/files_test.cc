@@ -1,21 +1,28 @@
-// Behaviour of the file layer and the file lock, the same on every backend.
+// Behaviour of the file layer, the file lock and the profile section functions,
+// the same on every backend.
 #include "platform/files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <utility>
 
+#include "common/line_ends.h"
 #include "common/scratch_dir.h"
 #include "platform/file_lock.h"
+#include "platform/profile.h"
 
 namespace platform {
 namespace {
 
+using namespace std::string_literals;
 using sqxa_test::ScratchDir;
 using ::testing::ElementsAre;
 
@@ -90,39 +97,6 @@ TEST(AtomicFile, WritesBesideTheTargetUntilCommittedAndLeavesNothingElse) {
   EXPECT_EQ(in_missing_dir.Open(dir.File("missing") + "/t.ini"), ENOENT);
 }
 
-// A failed sync renames nothing; a failed rename is tried once. Either way the
-// old file stays whole and the temporary goes.
-TEST(AtomicFile, FailedCommitKeepsTheOldFileAndRemovesTheTemporary) {
-  static FileSystemCalls real = SetFileSystemCallsForTesting(nullptr);
-  static int renames = 0;
-  static bool fail_rename = false;
-  for (const bool fail_sync : {false, true}) {
-    SCOPED_TRACE(fail_sync ? "failed sync" : "failed rename");
-    ScratchDir dir;
-    const std::string target = dir.File("t.ini");
-    ASSERT_EQ(ReplaceFileContents(target, "old contents\n"), 0);
-    FileSystemCalls calls = real;
-    if (fail_sync) calls.sync = [](std::FILE*) { return EIO; };
-    calls.rename = [](const std::string& from, const std::string& to) {
-      ++renames;
-      return fail_rename ? ENOSPC : real.rename(from, to);
-    };
-    fail_rename = !fail_sync;
-    renames = 0;
-    SetFileSystemCallsForTesting(&calls);
-    AtomicFile file;
-    EXPECT_EQ(file.Open(target), 0);
-    if (file.stream() != nullptr) std::fputs("new contents\n", file.stream());
-    const int status = fail_sync ? EIO : ENOSPC;
-    EXPECT_EQ(file.Commit(), status);
-    EXPECT_EQ(renames, fail_sync ? 0 : 1);
-    EXPECT_EQ(ReplaceFileContents(target, "other"), status);
-    SetFileSystemCallsForTesting(nullptr);
-    EXPECT_EQ(Read(target), "old contents\n");
-    EXPECT_THAT(dir.Entries(), ElementsAre("t.ini"));
-  }
-}
-
 // A second FileLock object stands in for a second process: it times out while
 // the first holds the file, and gets it once released. A file that cannot be
 // opened is no timeout; the lock file stays, empty.
@@ -141,6 +115,175 @@ TEST(FileLock, SecondHolderTimesOutUntilTheFirstReleases) {
   EXPECT_EQ(FileLock::Acquire(path, 0, &second), 0);
   second.reset();
   EXPECT_EQ(std::filesystem::file_size(path), 0u);
+}
+
+// The profile section functions: the same cases run against the Windows
+// functions (under Wine) and against the portable implementation, so every
+// expectation is one both give (but the last, of the portable writer).
+using sqxa_test::WithLf;  // the Windows writer always writes CR LF
+
+template <size_t N>
+std::string Z(const char (&text)[N]) {
+  return std::string(text, N - 1);
+}
+
+// Each call gets a file of its own, so that no cached reading of an earlier
+// file of the same name can answer.
+class ProfileTest : public ::testing::Test {
+ protected:
+  std::string NewFile(std::string_view contents) {
+    const std::string path = dir_.File("p" + std::to_string(files_++) + ".ini");
+    EXPECT_EQ(ReplaceFileContents(path, contents), 0);
+    return path;
+  }
+
+  // The answer and the buffer up to the byte after its final zero ("#" when
+  // untouched, which shows where writing stopped).
+  std::pair<uint32_t, std::string> Section(std::string_view file, const std::string& section,
+                                           uint32_t size = 4096) {
+    const std::string path = NewFile(file);
+    std::string buffer(size + 8, '#');
+    const uint32_t answer = ReadIniSection(section, buffer.data(), size, path);
+    EXPECT_EQ(buffer.substr(size), std::string(8, '#')) << "written past the end";
+    return {answer, buffer.substr(0, std::min<size_t>(size, answer + 2))};
+  }
+
+  ScratchDir dir_;
+  int files_ = 0;
+};
+
+// One file, one section asked for, and the entries read (each ending in a zero).
+TEST_F(ProfileTest, ReadsSectionsAsTheFunctionsFindThem) {
+  const struct {
+    std::string file, section, entries;
+  } cases[] = {
+      {"; c\n[Other]\nx=y\n[S]\nkey=value\n  spaced  \t=\t  out value  \nlone word\n; c\n\n   ;c\n"
+       "#hash=x\npath=C:\\f.ini ; kept\n\"q\" = \"k\"\nexpr=a=b\nempty=\n[Later]\nz=1\n",
+       "S",
+       Z("key=value\0spaced=out value\0lone word\0#hash=x\0path=C:\\f.ini ; kept\0\"q\"=\"k\"\0"
+         "expr=a=b\0empty=\0")},
+      {"[ Agent ] trailing text\na=1\n", "AGENT", Z("a=1\0")},  // case and text after ] ignored
+      {"[Agent]\na=1\n", " Agent", ""},                         // the name asked for is as it is
+      {"[S]\na=1\n[T]\nt=1\n[s]\nb=2\n", "S", Z("a=1\0")},      // only the first of a name counts
+      {"[S]\na=1\n[T\nb=2\n", "S", Z("a=1\0[T\0b=2\0")},        // a header without ] is an entry
+      {"x=1\n[S]\na=1\n", "", Z("x=1\0")},                      // lines before the first header
+      {"[\xe9]\na=1\n", "\xc9", ""},                            // only ASCII letters fold
+      {"[\xe9]\na=1\n", "\xe9", Z("a=1\0")},
+      {"[S]\na=1\n", "Missing", ""},
+      {"[S]\n; only a comment\n\n[T]\na=1\n", "S", ""},
+      {"", "S", ""},
+      {"[S]\na=1\nb=2\n", "S", Z("a=1\0b=2\0")},
+      {"[S]\r\na=1\r\nb=2\r\n", "S", Z("a=1\0b=2\0")},
+      {"[S]\ra=1\rb=2\r", "S", Z("a=1\0b=2\0")},
+      {"[S]\na=1\nb=2", "S", Z("a=1\0b=2\0")},
+      {"\t[S] \r\n\r\n \013 a \014= \0321\t\r\n\r\n\032b=2\032", "S", Z("a=1\0b=2\0")},  // blanks
+      {"[S]\n\034a=b\240\n", "S", Z("\034a=b\240\0")},  // other bytes are no blanks
+      // An entry with an empty name is dropped when the one kept before it in
+      // the section also has an empty name.
+      {"[S]\n=a\n = b\nk=1\n=c\n", "S", Z("=a\0k=1\0=c\0")},
+      {"[S]\n; c\n=a\n", "S", Z("=a\0")},
+      // A zero byte ends the name or value it is in; the line still counts.
+      {Z("[S]\na=1\0xyz\nb=2"), "S", Z("a=1\0b=2\0")},
+      {Z("[S]\n\0a=1\nb=2\n"), "S", Z("=1\0b=2\0")},
+      {Z("[S\0x]\na=1\n"), "S", Z("a=1\0")},
+      {"[S]\na=\xe9\xff\x80\n", "S", Z("a=\xe9\xff\x80\0")},
+      {"\xef\xbb\xbf[S]\na=1\n", "S", Z("a=1\0")},  // UTF-8 mark
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    // What fits ends in one more zero; an empty list is two zeros.
+    const auto size = static_cast<uint32_t>(c.entries.size());
+    EXPECT_EQ(Section(c.file, c.section),
+              std::make_pair(size, c.entries + (size ? Z("\0#") : Z("\0\0"))));
+  }
+  std::string buffer(16, '#');
+  EXPECT_EQ(ReadIniSection("S", buffer.data(), 16, dir_.File("missing.ini")), 0u);
+  EXPECT_EQ(buffer.substr(0, 3), Z("\0\0#"));
+}
+
+// Buffer size, answer, buffer for "key=value\0a=b\0\0" (14 + 1). Exactly enough
+// room for the entries and the final zero still counts as not fitting: the
+// answer says so though nothing was lost.
+TEST_F(ProfileTest, EntriesThatDoNotFitAreCut) {
+  const std::tuple<uint32_t, uint32_t, std::string> cases[] = {{0, 0, ""},
+                                                               {1, 0, Z("\0")},
+                                                               {2, 0, Z("\0\0")},
+                                                               {3, 1, Z("k\0\0")},
+                                                               {6, 4, Z("key=\0\0")},
+                                                               {11, 9, Z("key=value\0\0")},
+                                                               {12, 10, Z("key=value\0\0\0")},
+                                                               {13, 11, Z("key=value\0a\0\0")},
+                                                               {15, 13, Z("key=value\0a=b\0\0")},
+                                                               {16, 14, Z("key=value\0a=b\0\0#")},
+                                                               {100, 14, Z("key=value\0a=b\0\0#")}};
+  for (const auto& [size, answer, buffer] : cases)
+    EXPECT_EQ(Section("[S]\nkey=value\na=b\n", "S", size), std::make_pair(answer, buffer)) << size;
+}
+
+TEST_F(ProfileTest, WritingReplacesTheSection) {
+  const std::string path =
+      NewFile("[A]\r\na=1\r\n[S]\r\n;c\r\nold=1\r\nolder=2\r\n[B]\r\nb=2\r\n[s]\r\nd=1\r\n");
+  ASSERT_TRUE(WriteIniSection("s", "x=1\0  y  =  2 \0no equals\0=e\0\0", path));
+  EXPECT_EQ(Read(path), "[A]\r\na=1\r\n[S]\r\nx=1\r\ny  =2 \r\n=e\r\n[B]\r\nb=2\r\n[s]\r\n");
+  EXPECT_EQ(Section(Read(path), "S"), std::make_pair(11u, Z("x=1\0y=2\0=e\0\0#")));
+
+  ASSERT_TRUE(WriteIniSection("S", "\0", path));
+  EXPECT_EQ(Read(path), "[A]\r\na=1\r\n[S]\r\n[B]\r\nb=2\r\n[s]\r\n");
+}
+
+// A new section goes at the end, on a line of its own; a missing file is
+// created, unless there is nothing to write; a missing directory is a failure.
+TEST_F(ProfileTest, WritingAppendsOrCreates) {
+  for (const char* before : {"[A]\na=1\n", "[A]\na=1"}) {
+    const std::string path = NewFile(before);
+    ASSERT_TRUE(WriteIniSection("New", "k=v\0\0", path));
+    const std::string text = Read(path);  // nothing new leaves it alone:
+    EXPECT_TRUE(WriteIniSection("S", "\0", path));
+    EXPECT_TRUE(WriteIniSection("S", "no equals\0\0", path));
+    EXPECT_EQ(Read(path), text);
+    EXPECT_EQ(WithLf(text), "[A]\na=1\n[New]\nk=v\n");
+  }
+  const std::string created = dir_.File("created.ini"), missing = dir_.File("missing.ini");
+  ASSERT_TRUE(WriteIniSection("S", "k=v\0\0", created));
+  EXPECT_EQ(WithLf(Read(created)), "[S]\nk=v\n");
+  EXPECT_TRUE(WriteIniSection("S", "\0", missing));
+  EXPECT_FALSE(FileExists(missing));
+  EXPECT_FALSE(WriteIniSection("S", "a=1\0\0", dir_.File("no dir") + "/x.ini"));
+}
+
+// The portable writer beyond what the Windows functions promise: it changes
+// only the section it writes, keeps the file's line ends and anything binary
+// outside the section, and replaces the file atomically.
+TEST_F(ProfileTest, PortableWriterChangesOnlyTheSectionInTheFilesOwnLineEnds) {
+  if (PathSeparator() == '\\') GTEST_SKIP() << "the Windows functions write the file";
+  const std::string head = "; generated\n\n[A]\n  a = 1  \n;x\n\n", tail = "[B]\r\nodd line\t\n\n";
+  const std::string binary = "[A]\n\0\xff\x01=\x02\r\x1a\n"s;
+  const struct {
+    std::string before, section, entries, after;
+  } cases[] = {
+      {head + "[S]\nold=1\n; old\nolder\n\n\n" + tail, "S", "n=1\0m=2\0"s,
+       head + "[S]\nn=1\nm=2\n\n\n" + tail},
+      {"x=1\n\n[A]\na=1\n", "", "y=2\0"s, "y=2\n\n[A]\na=1\n"},  // before the first header
+      {"\xef\xbb\xbf[S]\na=1\n", "S", "b=2\0"s, "\xef\xbb\xbf[S]\nb=2\n"},  // the UTF-8 mark stays
+      {binary + "[S]\na=1\n", "S", "b=2\0"s, binary + "[S]\nb=2\n"},
+      {"[A]\r\na=1\r\n[S]\r\nold=1", "S", "n=1\0"s, "[A]\r\na=1\r\n[S]\r\nn=1\r\n"},
+      {"[A]\r\na=1", "S", "n=1\0"s, "[A]\r\na=1\r\n[S]\r\nn=1\r\n"},
+      {"[A]\na=1\n[S]", "S", "n=1\0"s, "[A]\na=1\n[S]\nn=1\n"},
+      {"", "S", "n=1\0"s, "[S]\nn=1\n"},
+  };
+  for (const auto& c : cases) {
+    const std::string path = NewFile(c.before);
+    EXPECT_TRUE(WriteIniSection(c.section, c.entries.c_str(), path));
+    EXPECT_EQ(Read(path), c.after);
+  }
+  const std::string path = NewFile("[S]\na=1\n");
+  FileSystemCalls failing = SetFileSystemCallsForTesting(nullptr);
+  failing.rename = [](const std::string&, const std::string&) { return ENOSPC; };
+  SetFileSystemCallsForTesting(&failing);
+  EXPECT_FALSE(WriteIniSection("S", "b=2\0", path));
+  SetFileSystemCallsForTesting(nullptr);
+  EXPECT_EQ(Read(path), "[S]\na=1\n");  // a failed replacement leaves the file
+  EXPECT_EQ(dir_.Entries().size(), static_cast<size_t>(files_)) << "a temporary file was left";
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 //   flood BYTES  writes BYTES bytes to standard output, then to standard error
 //   echo         copies standard input to standard output
 //   args ...     writes each argument on a line of its own
-//   env NAME     writes the value of the environment variable NAME
 //   sleep MS     waits MS milliseconds
 //   crash        dies of an illegal instruction (a signal, or an exception it
 //                does not handle on Windows; no sanitizer makes it an exit)
@@ -38,8 +37,6 @@ int main(int argc, char** argv) {
     for (int i = 2; i < argc; ++i) std::printf("%s\n", argv[i]);
     return 0;
   }
-  if (mode == "env" && value)
-    return std::fputs(std::getenv(value) ? std::getenv(value) : "(unset)", stdout) < 0;
   if (mode == "sleep" && value) {
     std::this_thread::sleep_for(std::chrono::milliseconds(std::atol(value)));
     return 0;
