@@ -122,11 +122,6 @@ TEST(FileLock, SecondHolderTimesOutUntilTheFirstReleases) {
 // expectation is one both give (but the last, of the portable writer).
 using sqxa_test::WithLf;  // the Windows writer always writes CR LF
 
-template <size_t N>
-std::string Z(const char (&text)[N]) {
-  return std::string(text, N - 1);
-}
-
 // Each call gets a file of its own, so that no cached reading of an earlier
 // file of the same name can answer.
 class ProfileTest : public ::testing::Test {
@@ -160,45 +155,45 @@ TEST_F(ProfileTest, ReadsSectionsAsTheFunctionsFindThem) {
       {"; c\n[Other]\nx=y\n[S]\nkey=value\n  spaced  \t=\t  out value  \nlone word\n; c\n\n   ;c\n"
        "#hash=x\npath=C:\\f.ini ; kept\n\"q\" = \"k\"\nexpr=a=b\nempty=\n[Later]\nz=1\n",
        "S",
-       Z("key=value\0spaced=out value\0lone word\0#hash=x\0path=C:\\f.ini ; kept\0\"q\"=\"k\"\0"
-         "expr=a=b\0empty=\0")},
-      {"[ Agent ] trailing text\na=1\n", "AGENT", Z("a=1\0")},  // case and text after ] ignored
-      {"[Agent]\na=1\n", " Agent", ""},                         // the name asked for is as it is
-      {"[S]\na=1\n[T]\nt=1\n[s]\nb=2\n", "S", Z("a=1\0")},      // only the first of a name counts
-      {"[S]\na=1\n[T\nb=2\n", "S", Z("a=1\0[T\0b=2\0")},        // a header without ] is an entry
-      {"x=1\n[S]\na=1\n", "", Z("x=1\0")},                      // lines before the first header
-      {"[\xe9]\na=1\n", "\xc9", ""},                            // only ASCII letters fold
-      {"[\xe9]\na=1\n", "\xe9", Z("a=1\0")},
+       "key=value\0spaced=out value\0lone word\0#hash=x\0path=C:\\f.ini ; kept\0\"q\"=\"k\"\0"
+       "expr=a=b\0empty=\0"s},
+      {"[ Agent ] trailing text\na=1\n", "AGENT", "a=1\0"s},  // case and text after ] ignored
+      {"[Agent]\na=1\n", " Agent", ""},                       // the name asked for is as it is
+      {"[S]\na=1\n[T]\nt=1\n[s]\nb=2\n", "S", "a=1\0"s},      // only the first of a name counts
+      {"[S]\na=1\n[T\nb=2\n", "S", "a=1\0[T\0b=2\0"s},        // a header without ] is an entry
+      {"x=1\n[S]\na=1\n", "", "x=1\0"s},                      // lines before the first header
+      {"[\xe9]\na=1\n", "\xc9", ""},                          // only ASCII letters fold
+      {"[\xe9]\na=1\n", "\xe9", "a=1\0"s},
       {"[S]\na=1\n", "Missing", ""},
       {"[S]\n; only a comment\n\n[T]\na=1\n", "S", ""},
       {"", "S", ""},
-      {"[S]\na=1\nb=2\n", "S", Z("a=1\0b=2\0")},
-      {"[S]\r\na=1\r\nb=2\r\n", "S", Z("a=1\0b=2\0")},
-      {"[S]\ra=1\rb=2\r", "S", Z("a=1\0b=2\0")},
-      {"[S]\na=1\nb=2", "S", Z("a=1\0b=2\0")},
-      {"\t[S] \r\n\r\n \013 a \014= \0321\t\r\n\r\n\032b=2\032", "S", Z("a=1\0b=2\0")},  // blanks
-      {"[S]\n\034a=b\240\n", "S", Z("\034a=b\240\0")},  // other bytes are no blanks
+      {"[S]\na=1\nb=2\n", "S", "a=1\0b=2\0"s},
+      {"[S]\r\na=1\r\nb=2\r\n", "S", "a=1\0b=2\0"s},
+      {"[S]\ra=1\rb=2\r", "S", "a=1\0b=2\0"s},
+      {"[S]\na=1\nb=2", "S", "a=1\0b=2\0"s},
+      {"\t[S] \r\n\r\n \013 a \014= \0321\t\r\n\r\n\032b=2\032", "S", "a=1\0b=2\0"s},  // blanks
+      {"[S]\n\034a=b\240\n", "S", "\034a=b\240\0"s},  // other bytes are no blanks
       // An entry with an empty name is dropped when the one kept before it in
       // the section also has an empty name.
-      {"[S]\n=a\n = b\nk=1\n=c\n", "S", Z("=a\0k=1\0=c\0")},
-      {"[S]\n; c\n=a\n", "S", Z("=a\0")},
+      {"[S]\n=a\n = b\nk=1\n=c\n", "S", "=a\0k=1\0=c\0"s},
+      {"[S]\n; c\n=a\n", "S", "=a\0"s},
       // A zero byte ends the name or value it is in; the line still counts.
-      {Z("[S]\na=1\0xyz\nb=2"), "S", Z("a=1\0b=2\0")},
-      {Z("[S]\n\0a=1\nb=2\n"), "S", Z("=1\0b=2\0")},
-      {Z("[S\0x]\na=1\n"), "S", Z("a=1\0")},
-      {"[S]\na=\xe9\xff\x80\n", "S", Z("a=\xe9\xff\x80\0")},
-      {"\xef\xbb\xbf[S]\na=1\n", "S", Z("a=1\0")},  // UTF-8 mark
+      {"[S]\na=1\0xyz\nb=2"s, "S", "a=1\0b=2\0"s},
+      {"[S]\n\0a=1\nb=2\n"s, "S", "=1\0b=2\0"s},
+      {"[S\0x]\na=1\n"s, "S", "a=1\0"s},
+      {"[S]\na=\xe9\xff\x80\n", "S", "a=\xe9\xff\x80\0"s},
+      {"\xef\xbb\xbf[S]\na=1\n", "S", "a=1\0"s},  // UTF-8 mark
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.file);
     // What fits ends in one more zero; an empty list is two zeros.
     const auto size = static_cast<uint32_t>(c.entries.size());
     EXPECT_EQ(Section(c.file, c.section),
-              std::make_pair(size, c.entries + (size ? Z("\0#") : Z("\0\0"))));
+              std::make_pair(size, c.entries + (size ? "\0#"s : "\0\0"s)));
   }
   std::string buffer(16, '#');
   EXPECT_EQ(ReadIniSection("S", buffer.data(), 16, dir_.File("missing.ini")), 0u);
-  EXPECT_EQ(buffer.substr(0, 3), Z("\0\0#"));
+  EXPECT_EQ(buffer.substr(0, 3), "\0\0#"s);
 }
 
 // Buffer size, answer, buffer for "key=value\0a=b\0\0" (14 + 1). Exactly enough
@@ -206,16 +201,16 @@ TEST_F(ProfileTest, ReadsSectionsAsTheFunctionsFindThem) {
 // answer says so though nothing was lost.
 TEST_F(ProfileTest, EntriesThatDoNotFitAreCut) {
   const std::tuple<uint32_t, uint32_t, std::string> cases[] = {{0, 0, ""},
-                                                               {1, 0, Z("\0")},
-                                                               {2, 0, Z("\0\0")},
-                                                               {3, 1, Z("k\0\0")},
-                                                               {6, 4, Z("key=\0\0")},
-                                                               {11, 9, Z("key=value\0\0")},
-                                                               {12, 10, Z("key=value\0\0\0")},
-                                                               {13, 11, Z("key=value\0a\0\0")},
-                                                               {15, 13, Z("key=value\0a=b\0\0")},
-                                                               {16, 14, Z("key=value\0a=b\0\0#")},
-                                                               {100, 14, Z("key=value\0a=b\0\0#")}};
+                                                               {1, 0, "\0"s},
+                                                               {2, 0, "\0\0"s},
+                                                               {3, 1, "k\0\0"s},
+                                                               {6, 4, "key=\0\0"s},
+                                                               {11, 9, "key=value\0\0"s},
+                                                               {12, 10, "key=value\0\0\0"s},
+                                                               {13, 11, "key=value\0a\0\0"s},
+                                                               {15, 13, "key=value\0a=b\0\0"s},
+                                                               {16, 14, "key=value\0a=b\0\0#"s},
+                                                               {100, 14, "key=value\0a=b\0\0#"s}};
   for (const auto& [size, answer, buffer] : cases)
     EXPECT_EQ(Section("[S]\nkey=value\na=b\n", "S", size), std::make_pair(answer, buffer)) << size;
 }
@@ -225,7 +220,7 @@ TEST_F(ProfileTest, WritingReplacesTheSection) {
       NewFile("[A]\r\na=1\r\n[S]\r\n;c\r\nold=1\r\nolder=2\r\n[B]\r\nb=2\r\n[s]\r\nd=1\r\n");
   ASSERT_TRUE(WriteIniSection("s", "x=1\0  y  =  2 \0no equals\0=e\0\0", path));
   EXPECT_EQ(Read(path), "[A]\r\na=1\r\n[S]\r\nx=1\r\ny  =2 \r\n=e\r\n[B]\r\nb=2\r\n[s]\r\n");
-  EXPECT_EQ(Section(Read(path), "S"), std::make_pair(11u, Z("x=1\0y=2\0=e\0\0#")));
+  EXPECT_EQ(Section(Read(path), "S"), std::make_pair(11u, "x=1\0y=2\0=e\0\0#"s));
 
   ASSERT_TRUE(WriteIniSection("S", "\0", path));
   EXPECT_EQ(Read(path), "[A]\r\na=1\r\n[S]\r\n[B]\r\nb=2\r\n[s]\r\n");

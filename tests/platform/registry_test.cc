@@ -175,7 +175,7 @@ std::string Utf16(const std::string& latin1) {
   return out;
 }
 
-TEST(RegFileTest, FaultsAreReportedWithTheirLine) {
+TEST(RegFileTest, FaultsAreReportedWithTheirLineAndHostileInputEndsCleanly) {
   const std::string key = kV5 + "[HKLM\\A]\n";
   const std::pair<std::string, uint64_t> cases[] = {
       {"", 1},
@@ -192,9 +192,8 @@ TEST(RegFileTest, FaultsAreReportedWithTheirLine) {
       {key + "stray text\n", 3},                  // not a line of the format
   };
   for (const auto& [text, line] : cases) EXPECT_EQ(FaultLine(text), line) << text;
-}
 
-TEST(RegFileTest, HostileInputEndsCleanly) {
+  // Hostile input ends cleanly.
   const std::string valid = kV5 +
                             "[HKLM\\A]\n\"s\"=\"text\"\n\"h\"=hex(7):61,00,\\\n  00,00\n"
                             "[-HKLM\\A]\n[HKLM\\B\\C]\n@=dword:1\n";
@@ -206,11 +205,11 @@ TEST(RegFileTest, HostileInputEndsCleanly) {
   }
   RegFile file;
   RegFileError error;
-  const std::string megabytes(4 << 20, 'a'), key = kV5 + "[HKLM\\A]\n\"v\"=";
-  EXPECT_TRUE(file.Load(key + "\"" + megabytes + "\"\n", &error));
-  EXPECT_EQ(FaultLine(key + "\"" + megabytes + "\n"), 3u);
-  EXPECT_EQ(FaultLine(key + "hex:" + megabytes + "\n"), 3u);
-  EXPECT_EQ(FaultLine(key + "\"\0\xff\xfe\x01\"\n"s + "\x80\x81\n"), 4u);
+  const std::string megabytes(4 << 20, 'a'), value = key + "\"v\"=";
+  EXPECT_TRUE(file.Load(value + "\"" + megabytes + "\"\n", &error));
+  EXPECT_EQ(FaultLine(value + "\"" + megabytes + "\n"), 3u);
+  EXPECT_EQ(FaultLine(value + "hex:" + megabytes + "\n"), 3u);
+  EXPECT_EQ(FaultLine(value + "\"\0\xff\xfe\x01\"\n"s + "\x80\x81\n"), 4u);
   // The registry's own limits bound what a writer may have to write back.
   std::string deep = kV5 + "[HKLM";
   for (int i = 0; i < 512; ++i) deep += "\\k";
@@ -278,38 +277,6 @@ TEST_F(RegistryFileTest, ReadsEveryValueSyntaxEncodingAndKeyStructure) {
   EXPECT_EQ(ValuesOf("K"), (Values{{"E", kRegExpandSz, "AB"}, {"M", kRegMultiSz, "a\0b\0"s}}));
 }
 
-// What is written reads back the same from the file, which has CR LF line ends
-// and wrapped hex lists; what it could not write back is refused.
-TEST_F(RegistryFileTest, WrittenFileReadsBackTheSameKeysAndValues) {
-  UseRegistry(kV5);
-  std::unique_ptr<RegistryKey> key, empty;
-  ASSERT_EQ(Connect()->CreateKey("Software\\Empty", kKeyAllAccess, &empty), kRegSuccess);
-  ASSERT_EQ(Connect()->CreateKey("Software\\Odd \"[names]\\ ]\\Leaf", kKeyAllAccess, &key),
-            kRegSuccess);
-  const Values values = {{"", kRegSz, "default"},
-                         {"quote\" back\\slash", kRegSz, "C:\\x \"y\"\\"},
-                         {"lines", kRegSz, "one\ntwo\r\n"},
-                         {"exp", kRegExpandSz, "%P%\\caf\xc3\xa9 \xf0\x9f\x98\x80"},
-                         {"multi", kRegMultiSz, "a\0\0b\0"s},
-                         {"dword", kRegDword, "4294967295"},
-                         {"qword", kRegQword, "1"},
-                         {"long", kRegBinary, std::string(300, '\x5a')},
-                         {"none", kRegNone, ""},
-                         {"custom", 0x1234, "\x01\x02"}};
-  for (const auto& [name, type, data] : values)
-    ASSERT_EQ(key->SetValue(name, type, data), kRegSuccess);
-  EXPECT_NE(key->SetValue("new\nline", kRegSz, ""), kRegSuccess);
-
-  const std::string written = FileText();
-  EXPECT_EQ(written.rfind(kV5, 0), 0u);
-  for (size_t start = 0, end; (end = written.find('\n', start)) != std::string::npos;
-       start = end + 1)
-    EXPECT_LE(end - start, 82u);
-  UseRegistry(written);  // read afresh
-  EXPECT_EQ(ValuesOf("software\\odd \"[names]\\ ]\\leaf"), values);
-  EXPECT_EQ(SubKeysOf("Software"), (Names{"Empty", "Odd \"[names]"}));
-}
-
 // A malformed file is empty, reported once and never rewritten. Changes to the
 // file are seen; no file is an empty registry nobody can write; there are no
 // remote machines.
@@ -338,6 +305,36 @@ TEST_F(RegistryFileTest, TheFileAsItIsNowIsTheRegistry) {
   EXPECT_EQ(Connect()->DeleteKey(kTest, 0), kRegFileNotFound);
   std::unique_ptr<Registry> remote;
   EXPECT_EQ(Registry::Connect("OTHERHOST", &remote), kRegBadNetPath);
+
+  // What is written reads back the same from the file, which has CR LF line
+  // ends and wrapped hex lists; what it could not write back is refused.
+  UseRegistry(kV5);
+  std::unique_ptr<RegistryKey> empty;
+  ASSERT_EQ(Connect()->CreateKey("Software\\Empty", kKeyAllAccess, &empty), kRegSuccess);
+  ASSERT_EQ(Connect()->CreateKey("Software\\Odd \"[names]\\ ]\\Leaf", kKeyAllAccess, &key),
+            kRegSuccess);
+  const Values values = {{"", kRegSz, "default"},
+                         {"quote\" back\\slash", kRegSz, "C:\\x \"y\"\\"},
+                         {"lines", kRegSz, "one\ntwo\r\n"},
+                         {"exp", kRegExpandSz, "%P%\\caf\xc3\xa9 \xf0\x9f\x98\x80"},
+                         {"multi", kRegMultiSz, "a\0\0b\0"s},
+                         {"dword", kRegDword, "4294967295"},
+                         {"qword", kRegQword, "1"},
+                         {"long", kRegBinary, std::string(300, '\x5a')},
+                         {"none", kRegNone, ""},
+                         {"custom", 0x1234, "\x01\x02"}};
+  for (const auto& [name, type, data] : values)
+    ASSERT_EQ(key->SetValue(name, type, data), kRegSuccess);
+  EXPECT_NE(key->SetValue("new\nline", kRegSz, ""), kRegSuccess);
+
+  const std::string written = FileText();
+  EXPECT_EQ(written.rfind(kV5, 0), 0u);
+  for (size_t start = 0, end; (end = written.find('\n', start)) != std::string::npos;
+       start = end + 1)
+    EXPECT_LE(end - start, 82u);
+  UseRegistry(written);  // read afresh
+  EXPECT_EQ(ValuesOf("software\\odd \"[names]\\ ]\\leaf"), values);
+  EXPECT_EQ(SubKeysOf("Software"), (Names{"Empty", "Odd \"[names]"}));
 }
 
 TEST_F(RegistryFileTest, ConcurrentWritersKeepEveryChangeAndReadersSeeWholeFiles) {

@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <climits>
-#include <filesystem>
 #include <future>
 #include <memory>
 #include <string>
