@@ -6,10 +6,10 @@
 
 namespace sqxa_test {
 
-// File-backed registry: the text becomes the registry file (also named to
-// children by MARLOX_REGISTRY). Win32 registry: the keys of earlier hosts are
-// deleted and the text imported. The host is 64-bit when the text (or, under
-// Wine, the prefix) has "Software\Wow6432Node".
+// File-backed registry: the text becomes the registry file, named to children
+// by MARLOX_REGISTRY. Win32 registry: the keys of earlier hosts are deleted and
+// the text imported. The host is 64-bit when the text (or, under Wine, the
+// prefix) has Software\Wow6432Node.
 [[nodiscard]] bool LoadHost(const std::string& regText);
 
 // The text as a .reg string value ("\" and '"' escaped).

@@ -54,10 +54,7 @@ TEST(Files, BackslashPathsBinaryContentsAndMissingFiles) {
   EXPECT_EQ(contents, "untouched");
   EXPECT_EQ(RemoveFile(missing), ENOENT);
   EXPECT_EQ(MakeDirectory(missing + "\\child"), ENOENT);
-  errno = 0;
-  EXPECT_TRUE(OpenFile(missing, "rb") == nullptr);
-  EXPECT_EQ(errno, ENOENT);
-  EXPECT_FALSE(FileExists(missing) || DirectoryExists(missing));
+  EXPECT_FALSE(FileExists(missing) || DirectoryExists(missing) || OpenFile(missing, "rb"));
 }
 
 // What a writer that died left beside its target goes; nothing else does.
@@ -87,12 +84,6 @@ TEST(AtomicFile, WritesBesideTheTargetUntilCommittedAndLeavesNothingElse) {
   ASSERT_EQ(first.Commit(), 0);
   EXPECT_EQ(Read(target), "first");
   second.Discard();
-  {
-    AtomicFile destroyed;
-    ASSERT_EQ(destroyed.Open(target), 0);
-    std::fputs("half written", destroyed.stream());
-  }
-  EXPECT_EQ(Read(target), "first");
   EXPECT_THAT(dir.Entries(), ElementsAre("t.ini"));
   EXPECT_EQ(in_missing_dir.Open(dir.File("missing") + "/t.ini"), ENOENT);
 }
@@ -164,10 +155,8 @@ TEST_F(ProfileTest, ReadsSectionsAsTheFunctionsFindThem) {
       {"x=1\n[S]\na=1\n", "", "x=1\0"s},                      // lines before the first header
       {"[\xe9]\na=1\n", "\xc9", ""},                          // only ASCII letters fold
       {"[\xe9]\na=1\n", "\xe9", "a=1\0"s},
-      {"[S]\na=1\n", "Missing", ""},
       {"[S]\n; only a comment\n\n[T]\na=1\n", "S", ""},
       {"", "S", ""},
-      {"[S]\na=1\nb=2\n", "S", "a=1\0b=2\0"s},
       {"[S]\r\na=1\r\nb=2\r\n", "S", "a=1\0b=2\0"s},
       {"[S]\ra=1\rb=2\r", "S", "a=1\0b=2\0"s},
       {"[S]\na=1\nb=2", "S", "a=1\0b=2\0"s},
@@ -202,15 +191,10 @@ TEST_F(ProfileTest, ReadsSectionsAsTheFunctionsFindThem) {
 TEST_F(ProfileTest, EntriesThatDoNotFitAreCut) {
   const std::tuple<uint32_t, uint32_t, std::string> cases[] = {{0, 0, ""},
                                                                {1, 0, "\0"s},
-                                                               {2, 0, "\0\0"s},
                                                                {3, 1, "k\0\0"s},
-                                                               {6, 4, "key=\0\0"s},
-                                                               {11, 9, "key=value\0\0"s},
-                                                               {12, 10, "key=value\0\0\0"s},
                                                                {13, 11, "key=value\0a\0\0"s},
                                                                {15, 13, "key=value\0a=b\0\0"s},
-                                                               {16, 14, "key=value\0a=b\0\0#"s},
-                                                               {100, 14, "key=value\0a=b\0\0#"s}};
+                                                               {16, 14, "key=value\0a=b\0\0#"s}};
   for (const auto& [size, answer, buffer] : cases)
     EXPECT_EQ(Section("[S]\nkey=value\na=b\n", "S", size), std::make_pair(answer, buffer)) << size;
 }

@@ -1,10 +1,9 @@
-// Behaviour of the system facts, formatting, named mutexes and child
+// Behaviour of the system facts, named mutexes and child
 // processes (against the small program sqxa_test_child), the same on every
 // backend.
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <climits>
 #include <future>
 #include <memory>
 #include <string>
@@ -17,7 +16,6 @@
 #include "platform/named_mutex.h"
 #include "platform/process.h"
 #include "platform/system.h"
-#include "platform/text_format.h"
 
 namespace platform {
 namespace {
@@ -56,16 +54,6 @@ TEST(System, FactsOfTheMachineAndProcess) {
   SleepMilliseconds(100);
   const uint32_t elapsed = TickCount() - start;
   EXPECT_TRUE(elapsed >= 70u && elapsed < 5000u) << elapsed;
-}
-
-// The short way taken for "%s", "%d" and "%%" gives the C library's text.
-TEST(TextFormatTest, SameTextAsTheCLibrary) {
-  EXPECT_EQ(format("%s=%d%%", "n", -5), "n=-5%");
-  EXPECT_EQ(format("%d %d", INT_MIN, INT_MAX), "-2147483648 2147483647");
-  EXPECT_EQ(format("%5s|%-3d|%x|%lu", "ab", 7, 255, 9ul), "   ab|7  |ff|9");
-  EXPECT_EQ(format("a%%n%s", "%d"), "a%n%d");  // data is never a format
-  const std::string long_text(3000, 'x');
-  EXPECT_EQ(format("%c[%s]", 'q', long_text.c_str()), "q[" + long_text + "]");
 }
 
 // Waits on `mutex` from another thread and releases at once when acquired.
