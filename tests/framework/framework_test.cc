@@ -47,9 +47,9 @@ TEST(ConfigParserTest, ReadsInstancesSectionsAndEntriesAsWritten) {
   EXPECT_EQ(Entry(config, "INST1", "DBSETTINGS", "db_login"), "<no entry>");
   EXPECT_EQ(Entry(config, "inst1", "dbsettings", "db_login"), "<no entry>");
   // One section name in two instances is no repeat; an empty stream is no instance.
-  AgentConfig two, empty;
-  EXPECT_TRUE(ConfigParser::parseConfigFromStream("INSTANCE=a\n[S]\nINSTANCE=b\n[S]\n", &two));
-  EXPECT_TRUE(ConfigParser::parseConfigFromStream("", &empty) && empty.getInstanceNames().empty());
+  EXPECT_TRUE(ConfigParser::parseConfigFromStream("INSTANCE=a\n[S]\nINSTANCE=b\n[S]\n", &config));
+  EXPECT_TRUE(ConfigParser::parseConfigFromStream("", &config) &&
+              config.getInstanceNames().empty());
 }
 
 TEST(ConfigParserTest, RejectsMalformedStreamsAndLeavesTheConfigurationEmpty) {
@@ -155,7 +155,6 @@ TEST_F(TraceTest, LevelsSelectTheRecords) {
     EXPECT_NE(at = text.find(record, at), std::string::npos) << record << text;
   EXPECT_EQ(text.find("\n\n"), std::string::npos);
   Start("error");
-  RAS1_Printf(RAS1_DETAIL, "f", "detail");
   RAS1_Event("f", RAS1_EV_ENTRY);
   EXPECT_EQ(Contents().find(" f: "), std::string::npos);
   Start("none");

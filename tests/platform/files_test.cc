@@ -1,5 +1,4 @@
-// Behaviour of the file layer, the file lock and the profile section functions,
-// the same on every backend.
+// The file layer, the file lock and the profile functions, alike on every backend.
 #include "platform/files.h"
 
 #include <gmock/gmock.h>
@@ -64,10 +63,8 @@ TEST(Files, StaleTemporariesOfOneTargetAreRemoved) {
                            "u.ini.sqxa-12-0.tmp", "t.ini.sqxa-notes.txt", "t.ini.tmp"})
     ASSERT_EQ(ReplaceFileContents(dir.File(name), "x"), 0);
   RemoveStaleTemporariesOf(dir.File("t.ini"));
-  std::vector<std::string> names;
-  ASSERT_EQ(ListDirectory(dir.path().string(), &names), 0);
-  EXPECT_THAT(names, ::testing::UnorderedElementsAre("t.ini", "u.ini.sqxa-12-0.tmp",
-                                                     "t.ini.sqxa-notes.txt", "t.ini.tmp"));
+  EXPECT_THAT(dir.Entries(), ::testing::UnorderedElementsAre("t.ini", "u.ini.sqxa-12-0.tmp",
+                                                             "t.ini.sqxa-notes.txt", "t.ini.tmp"));
 }
 
 TEST(AtomicFile, WritesBesideTheTargetUntilCommittedAndLeavesNothingElse) {
@@ -96,12 +93,10 @@ TEST(FileLock, SecondHolderTimesOutUntilTheFirstReleases) {
   const std::string path = dir.File("sq_xa.lock");
   std::unique_ptr<FileLock> first, second;
   ASSERT_EQ(FileLock::Acquire(path, 0, &first), 0);
-  EXPECT_EQ(FileLock::Acquire(path, 0, &second), ETIMEDOUT);
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(FileLock::Acquire(path, 150, &second), ETIMEDOUT);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(150));
   EXPECT_EQ(FileLock::Acquire(dir.File("missing") + "/sq_xa.lock", 0, &second), ENOENT);
-  EXPECT_TRUE(second == nullptr);
   first.reset();
   EXPECT_EQ(FileLock::Acquire(path, 0, &second), 0);
   second.reset();
@@ -185,20 +180,6 @@ TEST_F(ProfileTest, ReadsSectionsAsTheFunctionsFindThem) {
   EXPECT_EQ(buffer.substr(0, 3), "\0\0#"s);
 }
 
-// Buffer size, answer, buffer for "key=value\0a=b\0\0" (14 + 1). Exactly enough
-// room for the entries and the final zero still counts as not fitting: the
-// answer says so though nothing was lost.
-TEST_F(ProfileTest, EntriesThatDoNotFitAreCut) {
-  const std::tuple<uint32_t, uint32_t, std::string> cases[] = {{0, 0, ""},
-                                                               {1, 0, "\0"s},
-                                                               {3, 1, "k\0\0"s},
-                                                               {13, 11, "key=value\0a\0\0"s},
-                                                               {15, 13, "key=value\0a=b\0\0"s},
-                                                               {16, 14, "key=value\0a=b\0\0#"s}};
-  for (const auto& [size, answer, buffer] : cases)
-    EXPECT_EQ(Section("[S]\nkey=value\na=b\n", "S", size), std::make_pair(answer, buffer)) << size;
-}
-
 TEST_F(ProfileTest, WritingReplacesTheSection) {
   const std::string path =
       NewFile("[A]\r\na=1\r\n[S]\r\n;c\r\nold=1\r\nolder=2\r\n[B]\r\nb=2\r\n[s]\r\nd=1\r\n");
@@ -247,7 +228,6 @@ TEST_F(ProfileTest, PortableWriterChangesOnlyTheSectionInTheFilesOwnLineEnds) {
       {binary + "[S]\na=1\n", "S", "b=2\0"s, binary + "[S]\nb=2\n"},
       {"[A]\r\na=1\r\n[S]\r\nold=1", "S", "n=1\0"s, "[A]\r\na=1\r\n[S]\r\nn=1\r\n"},
       {"[A]\r\na=1", "S", "n=1\0"s, "[A]\r\na=1\r\n[S]\r\nn=1\r\n"},
-      {"[A]\na=1\n[S]", "S", "n=1\0"s, "[A]\na=1\n[S]\nn=1\n"},
       {"", "S", "n=1\0"s, "[S]\nn=1\n"},
   };
   for (const auto& c : cases) {

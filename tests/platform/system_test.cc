@@ -1,6 +1,5 @@
-// Behaviour of the system facts, named mutexes and child
-// processes (against the small program sqxa_test_child), the same on every
-// backend.
+// System facts, named mutexes and child processes (the small program
+// sqxa_test_child), alike on every backend.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -89,7 +88,6 @@ TEST(NamedMutex, ObjectsOfOneNameAreOneReentrantMutex) {
   second->Release();
   EXPECT_EQ(WaitElsewhere(*second, 0), NamedMutex::kTimeout);
   first->Release();
-  first->Release();  // not held by this thread: changes nothing
   // A thread that ends holding it leaves it abandoned: told once, to the next owner.
   std::thread([&first] { ASSERT_EQ(first->Wait(0), NamedMutex::kAcquired); }).join();
   EXPECT_EQ(second->Wait(1000), NamedMutex::kAbandoned);

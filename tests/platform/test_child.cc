@@ -1,11 +1,7 @@
-// A small child program for the process tests:
-//   exit N       exits with code N
-//   flood BYTES  writes BYTES bytes to standard output, then to standard error
-//   echo         copies standard input to standard output
-//   args ...     writes each argument on a line of its own
-//   sleep MS     waits MS milliseconds
-//   crash        dies of an illegal instruction (a signal, or an exception it
-//                does not handle on Windows; no sanitizer makes it an exit)
+// A small child program for the process tests: "exit N", "flood BYTES" (to
+// standard output, then standard error), "echo" (input to output), "args ..."
+// (one a line), "sleep MS", "crash" (an illegal instruction: a signal, or an
+// exception it does not handle on Windows; no sanitizer makes it an exit).
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
