@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <tuple>
 #include <utility>
 
 #include "common/line_ends.h"
