@@ -1,5 +1,3 @@
-// The Win32 registry: the database keys of earlier hosts are deleted and the
-// host's text imported with the system's reg tool.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -12,17 +10,14 @@ namespace sqxa_test {
 
 bool LoadHost(const std::string& regText) {
   for (const char* root :
-       {"HKLM\\Software\\Microsoft\\Microsoft SQL Server", "HKLM\\Software\\Microsoft\\MSSQLServer",
-        "HKLM\\Software\\Oracle", "HKLM\\Software\\Sybase", "HKLM\\Software\\Marlox"}) {
-    (void)std::system(("reg delete \"" + std::string(root) + "\" /f >nul 2>&1").c_str());
+       {"Microsoft\\Microsoft SQL Server", "Microsoft\\MSSQLServer", "Oracle", "Sybase", "Marlox",
+        "SqXaTest"}) {
+    (void)std::system(("reg delete \"HKLM\\Software\\" + std::string(root) + "\" /f >nul 2>&1").c_str());
   }
-  // reg reads a file as the Registry Editor writes it: UTF-16LE with a byte
-  // order mark; the hosts are ASCII, so each byte widens to one unit.
+  // reg reads hex(2) and hex(7) data as ANSI unless the file is UTF-16LE with a
+  // byte order mark; the hosts are ASCII, so each byte widens to one unit.
   std::string wide = "\xff\xfe";
-  for (char c : regText) {
-    wide.push_back(c);
-    wide.push_back('\0');
-  }
+  for (char c : regText) wide += {c, '\0'};
   static int generation = 0;
   const std::filesystem::path path = std::filesystem::temp_directory_path() /
                                      ("sqxa-host-" + std::to_string(platform::CurrentProcessId()) +

@@ -24,11 +24,8 @@ class ScopedEnv {
 
  private:
   void Put(const std::optional<std::string>& value) const {
-    if (value.has_value()) {
-      (void)platform::SetEnvironment(name_, *value);
-    } else {
-      platform::UnsetEnvironment(name_);
-    }
+    if (!value) return platform::UnsetEnvironment(name_);
+    (void)platform::SetEnvironment(name_, *value);
   }
   std::string name_;
   std::optional<std::string> old_;
@@ -37,8 +34,7 @@ class ScopedEnv {
 // Makes `directory` current for the life of the object.
 class ScopedCwd {
  public:
-  explicit ScopedCwd(const std::filesystem::path& directory)
-      : old_(std::filesystem::current_path()) {
+  explicit ScopedCwd(const std::filesystem::path& directory) {
     std::filesystem::current_path(directory);
   }
   ~ScopedCwd() {
@@ -49,7 +45,7 @@ class ScopedCwd {
   ScopedCwd& operator=(const ScopedCwd&) = delete;
 
  private:
-  std::filesystem::path old_;
+  std::filesystem::path old_ = std::filesystem::current_path();
 };
 
 }  // namespace sqxa_test

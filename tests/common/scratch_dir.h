@@ -35,9 +35,8 @@ class ScratchDir {
   // Names of what the directory holds.
   std::vector<std::string> Entries() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+    for (const auto& entry : std::filesystem::directory_iterator(path_))
       names.push_back(entry.path().filename().string());
-    }
     return names;
   }
 

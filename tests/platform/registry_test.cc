@@ -1,205 +1,351 @@
-// The behaviour of the registry seam, the same on both backends: the file-backed
-// registry natively, the Win32 registry under Wine.
+// The registry seam, the same on both backends (the file-backed registry
+// natively, the Win32 registry under Wine); then what only the file-backed one
+// has: its file format, faults, reloading and writers sharing the file.
 #include "platform/registry.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstdio>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
-#include "platform/registry_fixture.h"
+#include "common/host_registry.h"
+#include "common/scratch_dir.h"
+#include "platform/files.h"
+#include "platform/reg_file.h"
 
 namespace {
 
 using namespace platform;
 using namespace std::string_literals;
+using Values = std::vector<std::tuple<std::string, uint32_t, std::string>>;
+using Names = std::vector<std::string>;
 
-const std::string kInstances = std::string(sqxa_test::kRegistryTestRoot) + "\\Instances";
-const std::string kAlpha = kInstances + "\\Alpha";
+const std::string kV5 = "Windows Registry Editor Version 5.00\r\n";
+const std::string kTest = "Software\\SqXaTest", kInstances = kTest + "\\Instances";
+const std::string kAlpha = kInstances + "\\Alpha", kGamma = kInstances + "\\Gamma";
 
-std::tuple<std::string, uint32_t, std::string> Tuple(const RegValue& value) {
-  return {value.name, value.type, value.data};
+std::unique_ptr<Registry> Connect() {
+  std::unique_ptr<Registry> hive;
+  EXPECT_EQ(Registry::Connect("", &hive), kRegSuccess);
+  return hive;
 }
 
+long Status(const std::string& path, uint32_t access = kKeyRead) {
+  std::unique_ptr<RegistryKey> key;
+  return Connect()->OpenKey(path, access, &key);
+}
+
+std::unique_ptr<RegistryKey> Open(const std::string& path, uint32_t access = kKeyRead) {
+  std::unique_ptr<RegistryKey> key;
+  EXPECT_EQ(Connect()->OpenKey(path, access, &key), kRegSuccess) << path;
+  return key;
+}
+
+// The key's values, or its subkeys' names, in enumeration order.
+Values ValuesOf(const std::string& path) {
+  Values values;
+  RegValue value;
+  auto key = Open(path);
+  while (key && key->EnumValue(values.size(), &value) == kRegSuccess)
+    values.emplace_back(value.name, value.type, value.data);
+  return values;
+}
+
+Names SubKeysOf(const std::string& path) {
+  Names names;
+  std::string name;
+  auto key = Open(path, kKeyEnumerateSubKeys);
+  while (key && key->EnumSubKey(names.size(), &name) == kRegSuccess) names.push_back(name);
+  return names;
+}
+
+std::string Data(RegistryKey& key, const std::string& name) {
+  RegValue value;
+  const long status = key.QueryValue(name, &value);
+  return status == kRegSuccess ? value.data : "status " + std::to_string(status);
+}
+
+// The fixture's keys lie under Software\SqXaTest, apart from those of a real machine.
 class RegistryTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(sqxa_test::LoadRegistryFixture("basic.reg"));
-    ASSERT_EQ(Registry::Connect("", &hive_), kRegSuccess);
+    std::ostringstream text;
+    text << std::ifstream(SQXA_FIXTURE_DIR "/registry/basic.reg", std::ios::binary).rdbuf();
+    ASSERT_TRUE(sqxa_test::LoadHost(text.str()));
   }
-
-  std::unique_ptr<RegistryKey> Open(const std::string& path, uint32_t access = kKeyRead) {
-    std::unique_ptr<RegistryKey> key;
-    EXPECT_EQ(hive_->OpenKey(path, access, &key), kRegSuccess) << path;
-    return key;
-  }
-
-  static std::vector<std::tuple<std::string, uint32_t, std::string>> Values(RegistryKey* key) {
-    std::vector<std::tuple<std::string, uint32_t, std::string>> values;
-    RegValue value;
-    long status;
-    while ((status = key->EnumValue(static_cast<uint32_t>(values.size()), &value)) == kRegSuccess) {
-      values.push_back(Tuple(value));
-    }
-    EXPECT_EQ(status, kRegNoMoreItems);
-    return values;
-  }
-
-  static std::vector<std::string> SubKeys(RegistryKey* key) {
-    std::vector<std::string> names;
-    std::string name;
-    long status;
-    while ((status = key->EnumSubKey(static_cast<uint32_t>(names.size()), &name)) == kRegSuccess) {
-      names.push_back(name);
-    }
-    EXPECT_EQ(status, kRegNoMoreItems);
-    return names;
-  }
-
-  std::unique_ptr<Registry> hive_;
 };
 
-TEST_F(RegistryTest, EnumeratesValuesInTextForm) {
-  auto key = Open(kAlpha);
-  ASSERT_TRUE(key);
-  const std::vector<std::tuple<std::string, uint32_t, std::string>> expected = {
-      {"", kRegSz, "default text"},
-      {"Binary", kRegBinary, "\x01\x02\xff"},
-      {"Count", kRegDword, "42"},
-      {"Expand", kRegExpandSz, "%HOME%\\bin"},
-      {"Home", kRegSz, "C:\\Program Files\\Alpha"},
-      {"Multi", kRegMultiSz, "one\0two\0"s},
-      {"Quoted", kRegSz, "say \"hi\""},
-      {"Size", kRegQword, "4294967296"},
-  };
-  EXPECT_EQ(Values(key.get()), expected);
-  RegValue value;
-  EXPECT_EQ(key->EnumValue(100, &value), kRegNoMoreItems);
-}
+TEST_F(RegistryTest, ReadsValuesInTextFormIgnoringCaseAndHonoursAccess) {
+  const Values alpha = {{"", kRegSz, "default text"},
+                        {"Binary", kRegBinary, "\x01\x02\xff"},
+                        {"Count", kRegDword, "42"},
+                        {"Expand", kRegExpandSz, "%HOME%\\bin"},
+                        {"Home", kRegSz, "C:\\Program Files\\Alpha"},
+                        {"Multi", kRegMultiSz, "one\0two\0"s},
+                        {"Quoted", kRegSz, "say \"hi\""},
+                        {"Size", kRegQword, "4294967296"}};
+  EXPECT_EQ(ValuesOf(kAlpha), alpha);
+  EXPECT_EQ(SubKeysOf(kInstances), (Names{"Alpha", "Beta", "Gamma"}));
 
-TEST_F(RegistryTest, PathsAndValueNamesIgnoreCaseMissingOnesAreFileNotFound) {
-  auto key = Open("SOFTWARE\\sqxatest\\INSTANCES\\alpha");
+  auto key = Open("SOFTWARE\\sqxatest\\INSTANCES\\alpha", kKeyRead | kKeyWow64_64Key);
   ASSERT_TRUE(key);
+  EXPECT_EQ(Data(*key, "hOmE"), "C:\\Program Files\\Alpha");
+  EXPECT_EQ(Data(*key, "Missing"), "status 2");
   RegValue value;
-  ASSERT_EQ(key->QueryValue("hOmE", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "C:\\Program Files\\Alpha");
-  EXPECT_EQ(key->QueryValue("", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "default text");
-  EXPECT_EQ(key->QueryValue("Missing", &value), kRegFileNotFound);
-  EXPECT_EQ(hive_->OpenKey(kInstances + "\\Delta", kKeyRead, &key), kRegFileNotFound);
-  EXPECT_EQ(hive_->OpenKey(kAlpha + "\\Sub", kKeyRead, &key), kRegFileNotFound);
-  EXPECT_EQ(hive_->DeleteKey(kInstances + "\\Delta", 0), kRegFileNotFound);
-}
-
-TEST_F(RegistryTest, AccessOptionsAreHonoured) {
-  auto key = Open(kAlpha, kKeyRead | kKeyWow64_64Key);
-  ASSERT_TRUE(key);
   EXPECT_EQ(key->SetValue("Home", kRegSz, "E:\\"), kRegAccessDenied);
   EXPECT_EQ(key->DeleteValue("Home"), kRegAccessDenied);
-
-  auto enumerate_only = Open(kInstances, kKeyEnumerateSubKeys);
-  ASSERT_TRUE(enumerate_only);
-  RegValue value;
-  EXPECT_EQ(enumerate_only->EnumValue(0, &value), kRegAccessDenied);
-  EXPECT_EQ(SubKeys(enumerate_only.get()).size(), 3u);
+  EXPECT_EQ(Open(kInstances, kKeyEnumerateSubKeys)->EnumValue(0, &value), kRegAccessDenied);
+  EXPECT_EQ(Status(kInstances + "\\Delta"), kRegFileNotFound);
 }
 
-TEST_F(RegistryTest, CreateKeyMakesParentsAndOpensExistingKeys) {
-  std::unique_ptr<RegistryKey> created;
-  ASSERT_EQ(hive_->CreateKey(kInstances + "\\Delta\\Deep", kKeyAllAccess, &created), kRegSuccess);
-  EXPECT_TRUE(Values(created.get()).empty());
-  auto delta = Open(kInstances + "\\Delta");
-  ASSERT_TRUE(delta);
-  EXPECT_EQ(SubKeys(delta.get()), std::vector<std::string>{"Deep"});
-
-  std::unique_ptr<RegistryKey> existing;
-  ASSERT_EQ(hive_->CreateKey(kInstances + "\\beta", kKeyAllAccess, &existing), kRegSuccess);
-  RegValue value;
-  ASSERT_EQ(existing->QueryValue("Home", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "D:\\Beta");
-}
-
-TEST_F(RegistryTest, SetValuesReadBackInTextForm) {
+TEST_F(RegistryTest, WrittenValuesReadBackInTextFormAndKeysGoOnlyWhenEmpty) {
+  auto hive = Connect();
   std::unique_ptr<RegistryKey> key;
-  ASSERT_EQ(hive_->CreateKey(kInstances + "\\Delta", kKeyAllAccess, &key), kRegSuccess);
-  const std::vector<RegValue> written = {
-      {"Text", kRegSz, "a \"quoted\" C:\\path"}, {"Expand", kRegExpandSz, "%SystemRoot%\\x"},
+  ASSERT_EQ(hive->CreateKey(kInstances + "\\Delta\\Deep", kKeyAllAccess, &key), kRegSuccess);
+  ASSERT_EQ(hive->CreateKey(kInstances + "\\beta", kKeyAllAccess, &key), kRegSuccess);
+  EXPECT_EQ(Data(*key, "Home"), "D:\\Beta");  // an existing key opens; its Home is replaced
+
+  const Values written = {
+      {"Home", kRegSz, "a \"quoted\" C:\\path"}, {"Expand", kRegExpandSz, "%SystemRoot%\\x"},
       {"DwordMax", kRegDword, "4294967295"},     {"QwordMax", kRegQword, "18446744073709551615"},
-      {"Multi", kRegMultiSz, "x\0yz\0"s},        {"Raw", kRegBinary, "\0\x01\xfe"s},
-  };
-  for (const RegValue& value : written) {
-    ASSERT_EQ(key->SetValue(value.name, value.type, value.data), kRegSuccess) << value.name;
-  }
-  ASSERT_EQ(key->SetValue("Text", kRegSz, "replaced"), kRegSuccess);
-  key.reset();
-
-  auto reopened = Open(kInstances + "\\Delta");
-  ASSERT_TRUE(reopened);
-  EXPECT_EQ(Values(reopened.get()).size(), written.size());
-  for (RegValue expected : written) {
-    if (expected.name == "Text") expected.data = "replaced";
-    RegValue value;
-    ASSERT_EQ(reopened->QueryValue(expected.name, &value), kRegSuccess) << expected.name;
-    EXPECT_EQ(Tuple(value), Tuple(expected));
-  }
-}
-
-TEST_F(RegistryTest, NumbersMustBeDecimalInRangeAndValuesDelete) {
-  std::unique_ptr<RegistryKey> key;
-  ASSERT_EQ(hive_->CreateKey(kAlpha, kKeyAllAccess, &key), kRegSuccess);
-  EXPECT_EQ(key->SetValue("Count", kRegDword, "0x10"), kRegInvalidParameter);
-  EXPECT_EQ(key->SetValue("Count", kRegDword, "4294967296"), kRegInvalidParameter);
-  EXPECT_EQ(key->SetValue("Size", kRegQword, "-1"), kRegInvalidParameter);
-  EXPECT_EQ(key->SetValue("Count", kRegDword, "007"), kRegSuccess);
-  RegValue value;
-  ASSERT_EQ(Open(kAlpha)->QueryValue("Count", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "7");
-
+      {"Multi", kRegMultiSz, "x\0yz\0"s},        {"Raw", kRegBinary, "\0\x01\xfe"s}};
+  for (const auto& [name, type, data] : written)
+    ASSERT_EQ(key->SetValue(name, type, data), kRegSuccess) << name;
+  // Numbers are decimal and in range; leading zeros go.
+  const std::pair<uint32_t, const char*> bad_numbers[] = {
+      {kRegDword, "0x10"}, {kRegDword, "4294967296"}, {kRegQword, "-1"}};
+  for (const auto& [type, bad] : bad_numbers)
+    EXPECT_EQ(key->SetValue("Count", type, bad), kRegInvalidParameter) << bad;
+  ASSERT_EQ(key->SetValue("Count", kRegDword, "007"), kRegSuccess);
+  Values expected = written;
+  expected.emplace_back("Count", kRegDword, "7");
+  // In any order: the Win32 registry does not keep the order of writing.
+  EXPECT_THAT(ValuesOf(kInstances + "\\Beta"), testing::UnorderedElementsAreArray(expected));
   EXPECT_EQ(key->DeleteValue("HOME"), kRegSuccess);
   EXPECT_EQ(key->DeleteValue("Home"), kRegFileNotFound);
-  EXPECT_EQ(key->QueryValue("Home", &value), kRegFileNotFound);
-  EXPECT_EQ(Open(kAlpha)->QueryValue("Home", &value), kRegFileNotFound);
-  EXPECT_EQ(Values(Open(kAlpha).get()).size(), 7u);
+  EXPECT_EQ(Data(*Open(kInstances + "\\Beta"), "Home"), "status 2");
+
+  // A value that does not fit its type changes nothing. A key with subkeys
+  // cannot be deleted.
+  EXPECT_EQ(hive->ReplaceValues(kAlpha, {{"Home", kRegSz, "x"}, {"Count", kRegDword, "-1"}}),
+            kRegInvalidParameter);
+  EXPECT_EQ(ValuesOf(kAlpha).size(), 8u);
+  EXPECT_EQ(hive->DeleteKey(kGamma, kKeyWow64_64Key), kRegAccessDenied);
+  EXPECT_EQ(hive->DeleteKey(kGamma + "\\SUB", kKeyWow64_64Key), kRegSuccess);
+  EXPECT_EQ(hive->DeleteKey(kGamma, kKeyWow64_64Key), kRegSuccess);
+  EXPECT_EQ(SubKeysOf(kInstances), (Names{"Alpha", "Beta", "Delta"}));
 }
 
-TEST_F(RegistryTest, DeleteKeyRefusesKeysWithSubkeys) {
-  const std::string gamma = kInstances + "\\Gamma";
-  EXPECT_EQ(hive_->DeleteKey(gamma, kKeyWow64_64Key), kRegAccessDenied);
-  EXPECT_EQ(hive_->DeleteKey(gamma + "\\SUB", kKeyWow64_64Key), kRegSuccess);
-  EXPECT_EQ(hive_->DeleteKey(gamma, kKeyWow64_64Key), kRegSuccess);
+// Loads `text` as a registry file expecting a fault; the line of the fault. A
+// failed load leaves an empty hive.
+uint64_t FaultLine(const std::string& text) {
+  RegFile file;
+  RegFileError error;
+  RegFile::KeyId key;
+  EXPECT_FALSE(file.Load(text, &error) || error.message.empty() || file.FindKey("A", &key));
+  return error.line;
+}
+
+// Latin-1 text as a UTF-16LE file with its byte order mark.
+std::string Utf16(const std::string& latin1) {
+  std::string out = "\xff\xfe";
+  for (char c : latin1) out += {c, '\0'};
+  return out;
+}
+
+TEST(RegFileTest, FaultsAreReportedWithTheirLineAndHostileInputEndsCleanly) {
+  const std::string key = kV5 + "[HKLM\\A]\n";
+  const std::pair<std::string, uint64_t> cases[] = {
+      {"", 1},
+      {"Windows Registry Editor Version 4.00\n[HKLM\\A]\n", 1},
+      {std::string("W\0i\0n\0", 6), 1},           // UTF-16 without its mark
+      {Utf16(key) + "x", 2},                      // odd byte count
+      {kV5 + "\"v\"=\"1\"\n", 2},                 // value before any key
+      {key + "\"v\"=\"1\n", 3},                   // unterminated text
+      {key + "\"v\"=hex:01,\\\n  02,0g\n", 4},    // bad digit, continued
+      {key + "\"v\"=hex:01,\\\n[HKLM\\B]\n", 4},  // no continuation
+      {key + "\"v\"=dword:123456789\n", 3},       // nine digits
+      {key + "\"v\"=hex(2x):00\n", 3},            // bad type
+      {kV5 + "\n[HKLM\\A\n", 3},                  // unclosed header
+      {key + "stray text\n", 3},                  // not a line of the format
+  };
+  for (const auto& [text, line] : cases) EXPECT_EQ(FaultLine(text), line) << text;
+
+  // Hostile input ends cleanly.
+  const std::string valid = kV5 +
+                            "[HKLM\\A]\n\"s\"=\"text\"\n\"h\"=hex(7):61,00,\\\n  00,00\n"
+                            "[-HKLM\\A]\n[HKLM\\B\\C]\n@=dword:1\n";
+  for (size_t size = 0; size <= valid.size(); ++size) {  // a file cut anywhere
+    RegFile file;
+    RegFileError error;
+    EXPECT_TRUE(file.Load(valid.substr(0, size), &error) || (error.line >= 1 && error.line <= 9))
+        << size << ": " << error.line;
+  }
+  RegFile file;
+  RegFileError error;
+  const std::string megabytes(4 << 20, 'a'), value = key + "\"v\"=";
+  EXPECT_TRUE(file.Load(value + "\"" + megabytes + "\"\n", &error));
+  EXPECT_EQ(FaultLine(value + "\"" + megabytes + "\n"), 3u);
+  EXPECT_EQ(FaultLine(value + "\"\0\xff\xfe\x01\"\n"s + "\x80\x81\n"), 4u);
+  // The registry's own limits bound what a writer may have to write back.
+  std::string deep = kV5 + "[HKLM";
+  for (int i = 0; i < 512; ++i) deep += "\\k";
+  ASSERT_TRUE(file.Load(deep + "]\n", &error));
+  EXPECT_GT(RegTree(file).Serialize().size(), 512u * 512u);
+  (void)FaultLine(deep + "\\k]\n");
+  (void)FaultLine(kV5 + "[HKLM\\" + std::string(256, 'n') + "]\n");
+  // Deleting and re-creating one key over and over stays linear.
+  std::string churn = kV5;
+  for (int i = 0; i < 50000; ++i) churn += "[HKLM\\A]\n[-HKLM\\A]\n";
+  RegFile::KeyId found;
+  EXPECT_TRUE(file.Load(churn + "[HKLM\\A]\n", &error) && file.FindKey("A", &found));
+}
+
+// Where the Windows backend uses the machine's registry, these have no file.
+class RegistryFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (PathSeparator() == '\\') GTEST_SKIP() << "the Win32 registry has no file";
+  }
+  // Points the registry at the file, holding `text`.
+  void UseRegistry(const std::string& text) {
+    std::ofstream(path_, std::ios::binary) << text;
+    UseRegistryFile(path_);
+  }
+  std::string FileText() {
+    std::ostringstream text;
+    text << std::ifstream(path_, std::ios::binary).rdbuf();
+    return text.str();
+  }
+  sqxa_test::ScratchDir dir_;
+  std::string path_ = dir_.File("registry.reg");
+};
+
+// Beyond the fixtures: comments, deletions, blanks, other types; UTF-16 files. Keys ignore case,
+// imply their parents and merge: a later section replaces a value in place, keeping the name as
+// first spelled. A deleted key loses its subtree as of that point.
+TEST_F(RegistryFileTest, ReadsEveryValueSyntaxEncodingAndKeyStructure) {
+  UseRegistry(kV5 +
+              "\r\n; a comment\r\n[HKEY_LOCAL_MACHINE\\Software\\App]\r\n@=\"default\"\r\n"
+              "\"Path\"=\"C:\\\\dir\\\\ \\\"x\\\" \\n\"\r\n\"Dword\"=dword:0000ffff\r\n"
+              "\"Bin\"=hex:de,ad,\\\r\n  be,EF\r\n\"Big\"=hex(5):00,00,00,01\r\n"
+              "\"Gone\"=\"soon\"\r\n  ; an indented comment\r\n\"Gone\"=-\r\n"
+              "\"Spaced\" = \"ok\" ; trailing comment\r\n"
+              "[HKLM\\S\\One\\Two\\Three]\n[HKEY_CURRENT_USER\\S\\Elsewhere]\n\"x\"=\"y\"\n"
+              "[HKLM\\s\\one\\TWO]\n\"a\"=\"1\"\n\"b\"=\"2\"\n[hkey_local_machine\\S\\ONE\\two]\n"
+              "\"A\"=\"3\"\n[HKLM\\S\\X]\n[HKLM\\S\\X\\B]\n[-HKLM\\S\\X]\n[-HKLM\\Never\\There]\n"
+              "[HKLM\\S\\x]\n\"new\"=\"2\"\n");
+  const Values expected = {{"", kRegSz, "default"},       {"Path", kRegSz, "C:\\dir\\ \"x\" \\n"},
+                           {"Dword", kRegDword, "65535"}, {"Bin", kRegBinary, "\xde\xad\xbe\xef"},
+                           {"Big", 5, "\0\0\0\x01"s},     {"Spaced", kRegSz, "ok"}};
+  EXPECT_EQ(ValuesOf("software\\APP"), expected);
+  EXPECT_EQ(SubKeysOf("S"), (Names{"One", "x"}));
+  EXPECT_EQ(SubKeysOf("S\\ONE\\two"), Names{"Three"});
+  EXPECT_EQ(ValuesOf("S\\One\\Two"), (Values{{"a", kRegSz, "3"}, {"b", kRegSz, "2"}}));
+  EXPECT_EQ(ValuesOf("S\\X"), (Values{{"new", kRegSz, "2"}}));
+  EXPECT_EQ(SubKeysOf("S\\X"), Names{});
+  UseRegistry(
+      Utf16(kV5 + "[HKLM\\Caf\xe9]\r\n\"N\xe9\"=\"\xe9t\xe9\"\r\n\"E\"=hex(2):e9,00,00,00\r\n"));
+  EXPECT_EQ(ValuesOf("Caf\xc3\xa9"),
+            (Values{{"N\xc3\xa9", kRegSz, "\xc3\xa9t\xc3\xa9"}, {"E", kRegExpandSz, "\xc3\xa9"}}));
+}
+
+// A malformed file is empty, reported once and never rewritten. Changes to the
+// file are seen; no file is an empty registry nobody can write; there are no
+// remote machines.
+TEST_F(RegistryFileTest, TheFileAsItIsNowIsTheRegistry) {
+  const std::string bad = kV5 + "[HKEY_LOCAL_MACHINE\\" + kTest + "]\r\n\"v\"=hex:0g\r\n";
+  UseRegistry(bad);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Status(kTest), kRegFileNotFound);
+  EXPECT_EQ(Status(kTest), kRegFileNotFound);
   std::unique_ptr<RegistryKey> key;
-  EXPECT_EQ(hive_->OpenKey(gamma, kKeyRead, &key), kRegFileNotFound);
-  EXPECT_EQ(SubKeys(Open(kInstances).get()), (std::vector<std::string>{"Alpha", "Beta"}));
+  EXPECT_EQ(Connect()->CreateKey(kTest + "\\New", kKeyAllAccess, &key), kRegBadDatabase);
+  EXPECT_EQ(Connect()->DeleteKey(kTest, 0), kRegBadDatabase);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "registry file '" + path_ + "' line 3: bad hex digit\n");
+  EXPECT_EQ(FileText(), bad);
+
+  UseRegistry(kV5 + "[HKLM\\" + kTest + "]\r\n");
+  EXPECT_EQ(Status(kTest, kKeyRead | kKeyWow64_32Key), kRegSuccess);
+  std::ofstream(path_, std::ios::binary) << kV5 + "[HKLM\\" + kTest + "\\Later]\r\n";
+  EXPECT_EQ(Status(kTest + "\\Later"), kRegSuccess);
+  std::remove(path_.c_str());
+  EXPECT_EQ(Status(kTest), kRegFileNotFound);
+  UseRegistryFile("");
+  EXPECT_EQ(Status(kTest), kRegFileNotFound);
+  EXPECT_EQ(Connect()->CreateKey(kTest, kKeyAllAccess, &key), kRegCannotWrite);
+  EXPECT_EQ(Connect()->DeleteKey(kTest, 0), kRegFileNotFound);
+  std::unique_ptr<Registry> remote;
+  EXPECT_EQ(Registry::Connect("OTHERHOST", &remote), kRegBadNetPath);
+
+  // What is written reads back the same from the file, which has CR LF line
+  // ends and wrapped hex lists; what it could not write back is refused.
+  UseRegistry(kV5);
+  std::unique_ptr<RegistryKey> empty;
+  ASSERT_EQ(Connect()->CreateKey("Software\\Empty", kKeyAllAccess, &empty), kRegSuccess);
+  ASSERT_EQ(Connect()->CreateKey("Software\\Odd \"[names]\\ ]\\Leaf", kKeyAllAccess, &key),
+            kRegSuccess);
+  const Values values = {{"", kRegSz, "default"},
+                         {"quote\" back\\slash", kRegSz, "C:\\x \"y\"\\"},
+                         {"lines", kRegSz, "one\ntwo\r\n"},
+                         {"exp", kRegExpandSz, "%P%\\caf\xc3\xa9 \xf0\x9f\x98\x80"},
+                         {"multi", kRegMultiSz, "a\0\0b\0"s},
+                         {"dword", kRegDword, "4294967295"},
+                         {"qword", kRegQword, "1"},
+                         {"long", kRegBinary, std::string(300, '\x5a')},
+                         {"none", kRegNone, ""},
+                         {"custom", 0x1234, "\x01\x02"}};
+  for (const auto& [name, type, data] : values)
+    ASSERT_EQ(key->SetValue(name, type, data), kRegSuccess);
+  EXPECT_NE(key->SetValue("new\nline", kRegSz, ""), kRegSuccess);
+
+  const std::string written = FileText();
+  EXPECT_EQ(written.rfind(kV5, 0), 0u);
+  for (size_t start = 0, end; (end = written.find('\n', start)) != std::string::npos;
+       start = end + 1)
+    EXPECT_LE(end - start, 82u);
+  UseRegistry(written);  // read afresh
+  EXPECT_EQ(ValuesOf("software\\odd \"[names]\\ ]\\leaf"), values);
+  EXPECT_EQ(SubKeysOf("Software"), (Names{"Empty", "Odd \"[names]"}));
+}
+
+TEST_F(RegistryFileTest, ConcurrentWritersKeepEveryChangeAndReadersSeeWholeFiles) {
+  const std::string shared = kTest + "\\Shared";
+  UseRegistry(kV5 + "[HKLM\\" + shared + "]\r\n");
+  constexpr int kWriters = 4, kWrites = 8;
+  std::atomic<bool> writing{true};
+  std::atomic<int> failed_reads{0};
+  testing::internal::CaptureStderr();
+  std::thread reader([&] {
+    while (writing) failed_reads += Status(shared) != kRegSuccess;
+  });
+  std::vector<std::thread> writers;
+  for (int w = 0; w < kWriters; ++w) {
+    writers.emplace_back([&, w] {
+      std::unique_ptr<RegistryKey> key;
+      ASSERT_EQ(Connect()->CreateKey(shared, kKeyAllAccess, &key), kRegSuccess);
+      for (int i = 0; i < kWrites; ++i)
+        EXPECT_EQ(key->SetValue(std::to_string(w) + "-" + std::to_string(i), kRegDword, "1"),
+                  kRegSuccess);
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+  writing = false;
+  reader.join();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(failed_reads, 0);
+  EXPECT_EQ(ValuesOf(shared).size(), size_t{kWriters * kWrites});
+  EXPECT_EQ(FileText().rfind(kV5, 0), 0u);
+  EXPECT_EQ(dir_.Entries().size(), 2u) << "the file and its lock, no temporary files";
 }
 
 }  // namespace
-
-TEST_F(RegistryTest, ReplaceValuesSetsTheWholeKeyAndKeepsSubkeys) {
-  const std::string gamma = kInstances + "\\Gamma";
-  ASSERT_EQ(hive_->ReplaceValues(gamma, {{"A", kRegSz, "1"}, {"B", kRegSz, "2"}}), kRegSuccess);
-  // A later value of a name wins; values not listed go; the subkey stays.
-  ASSERT_EQ(hive_->ReplaceValues(
-                gamma, {{"B", kRegSz, "old"}, {"C", kRegDword, "3"}, {"b", kRegSz, "new"}}),
-            kRegSuccess);
-  auto key = Open(gamma);
-  ASSERT_TRUE(key);
-  const auto values = Values(key.get());
-  ASSERT_EQ(values.size(), 2u);
-  RegValue value;
-  ASSERT_EQ(key->QueryValue("B", &value), kRegSuccess);
-  EXPECT_EQ(value.data, "new");
-  ASSERT_EQ(key->QueryValue("C", &value), kRegSuccess);
-  EXPECT_EQ(Tuple(value), Tuple({"C", kRegDword, "3"}));
-  EXPECT_EQ(key->QueryValue("A", &value), kRegFileNotFound);
-  EXPECT_EQ(SubKeys(key.get()), (std::vector<std::string>{"Sub"}));
-
-  // A new key with its parents; a value that does not fit its type changes nothing.
-  ASSERT_EQ(hive_->ReplaceValues(kInstances + "\\New\\Environment", {{"X", kRegSz, ""}}),
-            kRegSuccess);
-  EXPECT_EQ(Values(Open(kInstances + "\\New\\Environment").get()).size(), 1u);
-  EXPECT_EQ(hive_->ReplaceValues(kAlpha, {{"Home", kRegSz, "x"}, {"Count", kRegDword, "-1"}}),
-            kRegInvalidParameter);
-  EXPECT_EQ(Values(Open(kAlpha).get()).size(), 8u);
-}
