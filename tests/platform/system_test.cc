@@ -1,8 +1,11 @@
-// System facts, named mutexes and child processes (the small program
-// sqxa_test_child), alike on every backend.
+// System facts, text formatting, named mutexes and child processes (the small
+// program sqxa_test_child), alike on every backend.
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
 #include <future>
 #include <memory>
 #include <string>
@@ -15,6 +18,7 @@
 #include "platform/named_mutex.h"
 #include "platform/process.h"
 #include "platform/system.h"
+#include "platform/text_format.h"
 
 namespace platform {
 namespace {
@@ -68,6 +72,30 @@ NamedMutex::WaitResult WaitElsewhere(NamedMutex& mutex, uint32_t timeout_ms) {
 
 // The holding thread re-enters, through any object of the name; others wait
 // until it has released as often as it acquired.
+void FormatTo(std::string* text, const char* format, ...) SQXA_PRINTF(2, 3);
+void FormatTo(std::string* text, const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  vformat_to(text, format, args);
+  va_end(args);
+}
+
+// The short way for "%s", "%d" and "%%" and the C library's way give the same
+// text, also past the stack buffer that most lines fit in.
+TEST(TextFormat, GivesTheCLibrarysText) {
+  char expected[64];
+  std::snprintf(expected, sizeof expected, "a%sb%dc%%d%s", "S", INT_MIN, "");
+  EXPECT_EQ(format("a%sb%dc%%d%s", "S", INT_MIN, ""), expected);
+  std::snprintf(expected, sizeof expected, "%5.2f|%x|%s|%c", 3.14159, 255u, "t", 'q');
+  EXPECT_EQ(format("%5.2f|%x|%s|%c", 3.14159, 255u, "t", 'q'), expected);
+  const std::string long_text(600, 'x');
+  EXPECT_EQ(format("%s%d", long_text.c_str(), 7), long_text + "7");
+  EXPECT_EQ(format("%s%x", long_text.c_str(), 255u), long_text + "ff");
+  std::string reused(1000, 'y');  // a writer's buffer, holding an older line
+  FormatTo(&reused, "%d", 12);
+  EXPECT_EQ(reused, "12");
+}
+
 TEST(NamedMutex, ObjectsOfOneNameAreOneReentrantMutex) {
   // Where a mutex is a lock file in the temporary directory, the files of the
   // test go with its scratch directory. Names carry the process id, so that
