@@ -1,5 +1,4 @@
-#include "driver/validation.h"
-
+// What a put checks before it writes, and the programs it runs.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -7,7 +6,10 @@
 #include <ranges>
 #include <string>
 
+#include "common/scopes.h"
 #include "common/scratch_dir.h"
+#include "driver/external_commands.h"
+#include "driver/validation.h"
 #include "framework/agent_config.h"
 #include "support/capture.h"
 
@@ -50,14 +52,8 @@ TEST_F(ValidationTest, FirstFailureDecidesTheStatus) {
     int status;
     const char* said;
   } cases[] = {
-      {sql, s + "db_errorlog={R}\\sql\\log\\errorlog", VDB_RC_OK, ""},
-      {sql, "db_winauth=1;db_home={R}\\sql;db_errorlog={R}\\sql\\log\\errorlog", VDB_RC_OK,
-       "Bypassing requirement for db_password with win auth\n"},
       {sql, "db_winauth=true;db_home={R}\\sql", VDB_RC_MISSING_PROPERTY,
        "Missing required property: db_login\n"},
-      {sql, "db_login=sa;db_password=p;db_home={R}\\nowhere", VDB_RC_BAD_HOME,
-       "File '{R}\\nowhere\\Binn\\sqlservr.exe' does not exist\n"},
-      {sql, s, VDB_RC_BAD_ERRLOG, "Missing required property: db_errorlog\n"},
       {sql, s + "db_errorlog={R}\\none.log", VDB_RC_BAD_ERRLOG,
        "errorlog file name '{R}\\none.log' does not exist\n"},
       {ora, o + "8.1.7", VDB_RC_OK, ""},
@@ -103,6 +99,39 @@ TEST_F(ValidationTest, MajorVersionAndMissingFile) {
   const std::string said =
       Capture([&] { EXPECT_EQ(checkFileExists(Path("{R}\\none.log")), 1); }).err;
   EXPECT_EQ(said.substr(said.find(')')), Path("): File '{R}\\none.log' does not exist\n"));
+}
+
+
+TEST(RunCommandTest, OutputIsCollectedExitCodesPassedAndALoopStopped) {
+  int exit_code = -1;
+  std::string out, err;
+  ASSERT_TRUE(
+      runCommand({"child echo", SQXA_TEST_CHILD, {"echo"}}, "settings\n", &exit_code, &out, &err));
+  EXPECT_EQ(exit_code, 0);
+  EXPECT_NE(out.find("settings"), std::string::npos);
+  EXPECT_TRUE(runCommand({"child exit 3", SQXA_TEST_CHILD, {"exit", "3"}}, "", &exit_code));
+  EXPECT_EQ(exit_code, 3);
+
+  // One caught in a loop is stopped, so that it cannot hold the run for ever.
+  const Command sleeping{"child sleep", SQXA_TEST_CHILD, {"sleep", "60000"}, 200};
+  const std::string said = Capture([&] { EXPECT_FALSE(runCommand(sleeping, "", &exit_code)); }).err;
+  EXPECT_EQ(said.substr(said.find(')')),
+            "): sqxa_test_child was ended by the time limit of 200 ms\n");
+}
+
+// A command the tool does not know, and a home that is not set.
+TEST(RunVinConfgTest, UnknownCommandsAndAnEmptyHomeAreRefused) {
+  for (const std::string home : {"no_such_home_dir", ""}) {
+    const sqxa_test::ScopedEnv env("MARLOX_HOME", home);
+    const Captured got = Capture([&] {
+      EXPECT_EQ(runVinConfg(static_cast<ToolCommand>(5), "inst1"),
+                home.empty() ? ExitStatus::kToolNotRun : ExitStatus::kUnknownToolCommand);
+    });
+    EXPECT_EQ(got.out, "");
+    EXPECT_EQ(got.err.substr(got.err.find(')')),
+              home.empty() ? "): Unabled to run vinconfg to add instance\n"
+                           : "): Invalid vinconfg command type '5' passed to runVinConfg\n");
+  }
 }
 
 }  // namespace
