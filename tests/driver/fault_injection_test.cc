@@ -66,10 +66,8 @@ struct Faults {
   static void Remove() { (void)platform::SetFileSystemCallsForTesting(nullptr); }
 };
 
-// What a run can change: the files of the etc directory (not its logs, not
-// the lock file) and each instance's registration ("key N1"), as text, and
-// whether temporary files are left (a failed run may leave them, the next
-// run removes them).
+// What a run can change: the etc directory's files (not the lock file) and
+// each registration ("key N1") as text, and whether temporary files are left.
 struct HomeState {
   Texts text;
   std::map<std::string, std::vector<platform::RegValue>> keys;
@@ -172,8 +170,10 @@ class FaultInjectionTest : public ::testing::Test {
   // in turn, and checks what each failure leaves. A put whose include file
   // cannot be rewritten leaves the instance's new files in place
   // (`files_may_stay`); a remove that fails puts back all.
-  void FailEachStep(const HomeState& before, const std::function<int()>& operation,
-                    const std::string& name, bool files_may_stay) {
+  void FailEachStep(const char* what, const HomeState& before,
+                    const std::function<int()>& operation, const std::string& name,
+                    bool files_may_stay) {
+    SCOPED_TRACE(what);
     Restore(before);
     Faults::Install(0);
     ASSERT_EQ(operation(), 0);
@@ -201,9 +201,8 @@ class FaultInjectionTest : public ::testing::Test {
         EXPECT_EQ(left, after);
         continue;
       }
-      // Reported: nothing is listed or registered that was not, and the
-      // instance's two files belong to one run. The test settings may be
-      // made anew.
+      // Reported: nothing listed or registered that was not, the instance's
+      // two files of one run; the test settings may be made anew.
       const bool new_pair = files_may_stay && With(left, after, pair) == left;
       EXPECT_EQ(left, With(With(before.text, left, {"vdbtset.ini"}), new_pair ? after : before.text,
                            pair));
@@ -228,18 +227,12 @@ TEST_F(FaultInjectionTest, PutsAndRemovesAreWholeOrNotAtAll) {
   ASSERT_EQ(Run("N2", "sa"), 0);
   const HomeState two = Read();
   ASSERT_EQ(two.keys.size(), 2u);
-  const struct {
-    const char* what;
-    std::function<int()> run;
-    const char* name;
-    bool files_may_stay;
-  } cases[] = {{"a put that changes an instance", [&] { return Run("N1", "changed"); }, "N1", true},
-               {"a put of a new instance", [&] { return Run("N3", "sa"); }, "N3", true},
-               {"a remove", [&] { return Run("N1"); }, "N1", false}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    FailEachStep(two, c.run, c.name, c.files_may_stay);
-  }
+  FailEachStep(
+      "a put that changes an instance", two, [&] { return Run("N1", "changed"); }, "N1", true);
+  FailEachStep(
+      "a put of a new instance", two, [&] { return Run("N3", "sa"); }, "N3", true);
+  FailEachStep(
+      "a remove", two, [&] { return Run("N1"); }, "N1", false);
 }
 
 }  // namespace

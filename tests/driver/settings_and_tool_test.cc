@@ -19,11 +19,9 @@ namespace {
 class ValidationTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    for (const char* dir : {"sql/Binn", "sql/log", "ora/Bin", "ora/network/admin"}) {
-      std::filesystem::create_directories(scratch_.path() / dir);
-    }
     for (const char* file : {"sql/Binn/sqlservr.exe", "sql/log/errorlog", "ora/Bin/oracle.exe",
                              "ora/network/admin/listener.ora", "syb.log"}) {
+      std::filesystem::create_directories((scratch_.path() / file).parent_path());
       std::ofstream(scratch_.path() / file) << "x";
     }
   }
@@ -40,22 +38,20 @@ class ValidationTest : public ::testing::Test {
 // Each kind's validator stops at the first failure, which decides the status
 // and is named; Windows authentication stands in for the login and password.
 TEST_F(ValidationTest, FirstFailureDecidesTheStatus) {
-  using Validator = int (*)(const VFW::ConfigSection&);
-  const Validator sql = validateMsSqlCfgParms, ora = validateOracleCfgParms,
-                  syb = validateSybaseCfgParms;
-  const std::string s = "db_login=sa;db_password=p;db_home={R}\\sql;";
+  const auto sql = validateMsSqlCfgParms, ora = validateOracleCfgParms,
+             syb = validateSybaseCfgParms;
   const std::string o = "db_login=system;db_password=p;db_home={R}\\ora;db_ver=";
   const std::string y = "db_login=sa;db_password=p;db_home={R}\\syb;db_ver=";
   const struct {
-    Validator validate;
+    decltype(sql) validate;
     std::string settings;
     int status;
     const char* said;
   } cases[] = {
       {sql, "db_winauth=true;db_home={R}\\sql", VDB_RC_MISSING_PROPERTY,
        "Missing required property: db_login\n"},
-      {sql, s + "db_errorlog={R}\\none.log", VDB_RC_BAD_ERRLOG,
-       "errorlog file name '{R}\\none.log' does not exist\n"},
+      {sql, "db_login=sa;db_password=p;db_home={R}\\sql;db_errorlog={R}\\none.log",
+       VDB_RC_BAD_ERRLOG, "errorlog file name '{R}\\none.log' does not exist\n"},
       {ora, o + "8.1.7", VDB_RC_OK, ""},
       {ora, o + "7.3", VDB_RC_BAD_VERSION, "Invalid version 7 for db_ver property value '7'"},
       {ora, o + "10.2;db_tns={R}\\sql", VDB_RC_MISSING_PROPERTY, ""},  // no listener.ora there
@@ -100,7 +96,6 @@ TEST_F(ValidationTest, MajorVersionAndMissingFile) {
       Capture([&] { EXPECT_EQ(checkFileExists(Path("{R}\\none.log")), 1); }).err;
   EXPECT_EQ(said.substr(said.find(')')), Path("): File '{R}\\none.log' does not exist\n"));
 }
-
 
 TEST(RunCommandTest, OutputIsCollectedExitCodesPassedAndALoopStopped) {
   int exit_code = -1;

@@ -31,15 +31,10 @@ namespace {
 // Whether `text` is `pattern`, in which "#" stands for the thread, "@" for the
 // time of day and "~" for any text.
 bool Like(const std::string& text, const std::string& pattern) {
-  std::string re;
-  for (char c : pattern) {
-    re += c == '#'                            ? "\\(\\d+\\)"
-          : c == '@'                          ? "\\([0-9]{6}\\)"
-          : c == '~'                          ? ".*"
-          : std::strchr("\\^$.|?*+()[]{}", c) ? std::string("\\") + c
-                                              : std::string(1, c);
-  }
-  return std::regex_match(text, std::regex(re));
+  std::string re = std::regex_replace(pattern, std::regex(R"([\\^$.|?*+()\[\]{}])"), R"(\$&)");
+  re = std::regex_replace(re, std::regex("#"), R"(\(\d+\))");
+  re = std::regex_replace(re, std::regex("@"), R"(\([0-9]{6}\))");
+  return std::regex_match(text, std::regex(std::regex_replace(re, std::regex("~"), ".*")));
 }
 std::string Out(const std::function<void()>& code) { return Capture(code).out; }
 
@@ -95,6 +90,7 @@ TEST_F(MessageTest, TextsIdsPrefixAndPrebuiltMessages) {
 // A message that finds the lock abandoned by a thread that ended holding it
 // is dropped, and the lock is given back for the next one.
 TEST_F(MessageTest, AnAbandonedLockDropsOneMessage) {
+  EXPECT_TRUE(Like(Out([] { msg_write_simple('i', "id", "x"); }), "IDI #x\n"));  // the lock is made
   const char* server = std::getenv("COLL_SERVERID");
   const char* number = std::getenv("COLL_SERVICENUMBER");
   const std::string name = std::string("LogMutex_") + (server != nullptr ? server : "(null)") +
@@ -125,50 +121,37 @@ TEST_F(MessageTest, AWriteThatFailsGoesToStandardErrorMarked) {
   EXPECT_TRUE(Like(got.err, "+ ABC1234W VDBUTIL(7) #lost\n")) << got.err;
 }
 
-
-// Messages without the position and thread of their header.
-std::string Plain(const std::string& text) {
-  return std::regex_replace(text, std::regex(" VDBUTIL\\(\\d+\\) \\(\\d+\\)"), " ");
-}
-std::string PlainOut(const std::function<void()>& code) { return Plain(Capture(code).out); }
-
-class EnvironmentTest : public ::testing::Test {
- protected:
-  void SetUp() override { msg_reset_for_testing(); }
-  void TearDown() override { msg_reset_for_testing(); }
-  // A name that nothing has set in this process, unset again when the test ends.
-  const std::string name_ = "SQXA_UNSET_" + std::to_string(platform::CurrentProcessId());
-  sqxa_test::ScopedEnv unset_{name_, std::nullopt};
-};
-
 // The two modes the program reads with: 1 reports what is missing, -2 answers
 // a copy; a variable that is set but empty counts as absent (where the
 // platform keeps one).
-TEST_F(EnvironmentTest, ReportedWhenMissingCopiedWhenSet) {
+TEST_F(MessageTest, EnvironmentReportedWhenMissingCopiedWhenSet) {
+  // A name that nothing has set in this process, unset again when the test ends.
+  const std::string name = "SQXA_UNSET_" + std::to_string(platform::CurrentProcessId());
+  const sqxa_test::ScopedEnv unset(name, std::nullopt);
   char* value = nullptr;
-  const std::string said = PlainOut([&] { value = env_get(name_.c_str(), 1, nullptr); });
-  EXPECT_EQ(said, "UEN0015W Environment variable \"" + name_ + "\" not set\n");
+  const std::string said = Out([&] { value = env_get(name.c_str(), 1, nullptr); });
+  EXPECT_TRUE(Like(said, "UEN0015W VDBUTIL(~) #Environment variable \"" + name + "\" not set\n"));
   EXPECT_EQ(value, nullptr);
   {
-    const sqxa_test::ScopedEnv set(name_, "abc");
-    const UniqueText copy(env_get(name_.c_str(), -2, nullptr));
+    const sqxa_test::ScopedEnv set(name, "abc");
+    const UniqueText copy(env_get(name.c_str(), -2, nullptr));
     EXPECT_STREQ(copy.get(), "abc");
-    EXPECT_NE(copy.get(), std::getenv(name_.c_str()));
+    EXPECT_NE(copy.get(), std::getenv(name.c_str()));
   }
-  const sqxa_test::ScopedEnv empty(name_, "");
-  const std::string empty_said = PlainOut([&] { value = env_get(name_.c_str(), 1, nullptr); });
+  const sqxa_test::ScopedEnv empty(name, "");
+  const std::string empty_said = Out([&] { value = env_get(name.c_str(), 1, nullptr); });
   EXPECT_EQ(value, nullptr);
-  EXPECT_NE(empty_said.find(std::getenv(name_.c_str()) ? "UEN0010W" : "UEN0015W"),
+  EXPECT_NE(empty_said.find(std::getenv(name.c_str()) ? "UEN0010W" : "UEN0015W"),
             std::string::npos);
 }
 
-TEST(MemoryTest, ShortageIsReported) {
-  msg_reset_for_testing();
+TEST_F(MessageTest, MemoryShortageIsReported) {
   const UtilAllocator real =
       util_set_allocator_for_testing([](std::size_t) -> void* { return nullptr; });
   void* block = nullptr;
-  EXPECT_EQ(Plain(Capture([&] { block = util_malloc(12, "vdbutil", 1961, "size+1+1"); }).err),
-            "UTM5400S Memory allocation error at:vdbutil.1961 - size+1+1 for 12 bytes \n");
+  EXPECT_TRUE(Like(Capture([&] { block = util_malloc(12, "vdbutil", 1961, "size+1+1"); }).err,
+                   "UTM5400S VDBUTIL(~) #Memory allocation error at:vdbutil.1961 - size+1+1 for 12 "
+                   "bytes \n"));
   EXPECT_EQ(block, nullptr);
   util_set_allocator_for_testing(real);
 }

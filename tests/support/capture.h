@@ -10,8 +10,7 @@
 #include "common/line_ends.h"
 
 struct Captured {
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 inline Captured Capture(const std::function<void()>& code) {
@@ -20,6 +19,6 @@ inline Captured Capture(const std::function<void()>& code) {
   ::testing::internal::CaptureStderr();
   code();
   std::fflush(nullptr);
-  std::string err = ::testing::internal::GetCapturedStderr();
+  const std::string err = ::testing::internal::GetCapturedStderr();
   return {sqxa_test::WithLf(::testing::internal::GetCapturedStdout()), sqxa_test::WithLf(err)};
 }
