@@ -3,7 +3,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <ranges>
 #include <string>
 
 #include "common/scopes.h"
@@ -64,9 +63,9 @@ TEST_F(ValidationTest, FirstFailureDecidesTheStatus) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.settings);
     VFW::ConfigSection settings("DBSETTINGS");
-    const std::string text = Path(c.settings);
-    for (const auto& entry : std::views::split(text, ';')) {
-      const std::string pair(entry.begin(), entry.end());
+    const std::string text = Path(c.settings) + ";";
+    for (size_t at = 0, end; (end = text.find(';', at)) != std::string::npos; at = end + 1) {
+      const std::string pair = text.substr(at, end - at);
       settings.writeEntry(pair.substr(0, pair.find('=')), pair.substr(pair.find('=') + 1));
     }
     const Captured got = Capture([&] { EXPECT_EQ(c.validate(settings), c.status); });
