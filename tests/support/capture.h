@@ -10,20 +10,15 @@
 #include "common/line_ends.h"
 
 struct Captured {
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 inline Captured Capture(const std::function<void()>& code) {
-  std::fflush(stdout);
-  std::fflush(stderr);
+  std::fflush(nullptr);
   ::testing::internal::CaptureStdout();
   ::testing::internal::CaptureStderr();
   code();
-  std::fflush(stdout);
-  std::fflush(stderr);
-  Captured captured;
-  captured.err = sqxa_test::WithLf(::testing::internal::GetCapturedStderr());
-  captured.out = sqxa_test::WithLf(::testing::internal::GetCapturedStdout());
-  return captured;
+  std::fflush(nullptr);
+  const std::string err = ::testing::internal::GetCapturedStderr();
+  return {sqxa_test::WithLf(::testing::internal::GetCapturedStdout()), sqxa_test::WithLf(err)};
 }
