@@ -12,6 +12,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/reg_file.h"
 #include "platform/registry.h"
@@ -164,6 +165,29 @@ void BM_IndexOnly(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_IndexOnly)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// Reading the file from memory, then reaching every key from the root.
+void BM_IndexAndEnumerateEveryKey(benchmark::State& state) {
+  Hive& hive = TheHive();
+  for (auto _ : state) {
+    state.PauseTiming();
+    std::string bytes = hive.bytes;
+    platform::RegFile file;
+    platform::RegFileError error;
+    state.ResumeTiming();
+    if (!file.Load(std::move(bytes), &error)) state.SkipWithError(error.message.c_str());
+    size_t keys = 0;
+    std::vector<platform::RegFile::KeyId> pending{platform::RegFile::kRoot};
+    while (!pending.empty()) {
+      const platform::RegFile::KeyId key = pending.back();
+      pending.pop_back();
+      for (const platform::RegFile::KeyId child : file.SubKeys(key)) pending.push_back(child);
+      ++keys;
+    }
+    state.counters["keys"] = static_cast<double>(keys);
+  }
+}
+BENCHMARK(BM_IndexAndEnumerateEveryKey)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // Warm: the file is unchanged, the process's indexed copy answers.
 void BM_WarmOpenDeepKey(benchmark::State& state) {
