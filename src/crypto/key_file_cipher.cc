@@ -18,6 +18,7 @@
 #include "platform/files.h"
 #include "platform/private_file.h"
 #include "platform/secure_random.h"
+#include "platform/system.h"
 
 namespace {
 
@@ -169,7 +170,7 @@ bool ParseKey(std::string_view contents, Key* key) {
   return true;
 }
 
-int ReadKey(const std::string& path, Key* key) {
+int ReadKeyOnce(const std::string& path, Key* key) {
   switch (platform::CheckPrivateFile(path)) {
     case 0:
       break;
@@ -187,6 +188,20 @@ int ReadKey(const std::string& path, Key* key) {
   const bool parsed = ParseKey(contents, key);
   Wipe(&contents);
   return parsed ? CRY_OK : CRY_E_BAD_KEY_FILE;
+}
+
+// A key file that another run has just put in place can refuse to be read for
+// a moment on Windows (held by its creator's system or by a scanner, as seen
+// when many runs start at once): it is tried again for a short while.
+int ReadKey(const std::string& path, Key* key) {
+  constexpr int kAttempts = 20;
+  constexpr uint32_t kPauseMs = 10;
+  int status = ReadKeyOnce(path, key);
+  for (int attempt = 1; attempt < kAttempts && status == CRY_E_KEY_FILE_READ; ++attempt) {
+    platform::SleepMilliseconds(kPauseMs);
+    status = ReadKeyOnce(path, key);
+  }
+  return status;
 }
 
 int CreateKey(const KeyLocation& where, Key* key) {
