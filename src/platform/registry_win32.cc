@@ -28,14 +28,19 @@ class Win32Key final : public RegistryKey {
   Win32Key& operator=(const Win32Key&) = delete;
 
   long EnumValue(uint32_t index, RegValue* value) override {
-    DWORD longest_name = 0;
-    DWORD longest_data = 0;
-    LONG status = RegQueryInfoKeyA(key_, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                   nullptr, &longest_name, &longest_data, nullptr, nullptr);
-    if (status != ERROR_SUCCESS) return status;
+    // The sizes are asked for when an enumeration starts, not for every value:
+    // each call is a round trip to the registry's server under Wine. A value
+    // grown since is met by the retries below.
+    LONG status = ERROR_SUCCESS;
+    if (index == 0 || !sized_) {
+      status = RegQueryInfoKeyA(key_, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                &longest_name_, &longest_data_, nullptr, nullptr);
+      if (status != ERROR_SUCCESS) return status;
+      sized_ = true;
+    }
     // The longest name is counted in UTF-16 units; an ANSI name may need more bytes.
-    std::string name(static_cast<size_t>(longest_name) * 2 + 2, '\0');
-    std::string data(std::max<DWORD>(longest_data, 1), '\0');
+    std::string name(static_cast<size_t>(longest_name_) * 2 + 2, '\0');
+    std::string data(std::max<DWORD>(longest_data_, 1), '\0');
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
       DWORD name_size = static_cast<DWORD>(name.size());
       DWORD data_size = static_cast<DWORD>(data.size());
@@ -98,6 +103,9 @@ class Win32Key final : public RegistryKey {
 
  private:
   HKEY key_;
+  bool sized_ = false;  // the longest name and data of the key are known
+  DWORD longest_name_ = 0;
+  DWORD longest_data_ = 0;
 };
 
 class Win32Registry final : public Registry {
