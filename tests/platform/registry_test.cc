@@ -252,6 +252,17 @@ TEST_F(RegistryFileTest, ReadsEveryValueSyntaxEncodingAndKeyStructure) {
   EXPECT_EQ(ValuesOf("S\\One\\Two"), (Values{{"a", kRegSz, "3"}, {"b", kRegSz, "2"}}));
   EXPECT_EQ(ValuesOf("S\\X"), (Values{{"new", kRegSz, "2"}}));
   EXPECT_EQ(SubKeysOf("S\\X"), Names{});
+  // The same with more values than are compared one by one.
+  std::string many = kV5 + "[HKLM\\M]\n";
+  Values wanted;
+  for (int i = 0; i < 80; ++i) {
+    many += "\"v" + std::to_string(i) + "\"=\"" + std::to_string(i) + "\"\n";
+    if (i != 5) wanted.push_back({"v" + std::to_string(i), kRegSz, std::to_string(i)});
+  }
+  UseRegistry(many + "\"V3\"=\"again\"\n\"v5\"=-\n\"V5\"=\"back\"\n");
+  std::get<2>(wanted[3]) = "again";
+  wanted.push_back({"V5", kRegSz, "back"});
+  EXPECT_EQ(ValuesOf("M"), wanted);
   UseRegistry(
       Utf16(kV5 + "[HKLM\\Caf\xe9]\r\n\"N\xe9\"=\"\xe9t\xe9\"\r\n\"E\"=hex(2):e9,00,00,00\r\n"));
   EXPECT_EQ(ValuesOf("Caf\xc3\xa9"),
