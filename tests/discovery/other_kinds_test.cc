@@ -82,8 +82,8 @@ TEST_F(OtherKindsTest, InitFileFollowsItsIfile) {
            {"ifile='" + target + "'\n", false},
            {"#IFILE='" + target + "'\n", false}}) {
     const std::string file = File("init.ora", text);
-    const Captured printed =
-        Capture([&] { EXPECT_EQ(resolveInitFile(file), resolves ? target : file); });
+    const std::string wanted = resolves ? target : file;
+    const Captured printed = Capture([&] { EXPECT_EQ(resolveInitFile(file), wanted); });
     EXPECT_EQ(printed.out, resolves ? "" : "No change in initfile\n") << text;
   }
 }
