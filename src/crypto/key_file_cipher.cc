@@ -256,6 +256,14 @@ KeyCache& Keys() {
   return cache;
 }
 
+// The key of the key file `keyName` names (null: the usual one), made when
+// missing if `create`.
+int KeyFor(const char* keyName, bool create, Key* key) {
+  KeyLocation where;
+  const int status = Locate(keyName, &where);
+  return status != CRY_OK ? status : Keys().Get(where, create, key);
+}
+
 }  // namespace
 
 int CRY_Encrypt(const char* text, int length, char** result, int* resultLength, const char* keyName,
@@ -266,12 +274,8 @@ int CRY_Encrypt(const char* text, int length, char** result, int* resultLength, 
   if (length < 0 || length > kMaxClearLength || (text == nullptr && length > 0)) {
     return CRY_E_ARGUMENT;
   }
-  KeyLocation where;
-  int status = Locate(keyName, &where);
-  if (status != CRY_OK) return status;
   Key key;
-  status = Keys().Get(where, true, &key);
-  if (status != CRY_OK) return status;
+  if (const int status = KeyFor(keyName, true, &key); status != CRY_OK) return status;
 
   const auto size = static_cast<std::size_t>(length);
   std::vector<uint8_t> sealed(kNonceSize + size + kTagSize);
@@ -304,11 +308,8 @@ int CRY_Decrypt(const char* text, int length, char** result, int* resultLength) 
       sealed.size() < kNonceSize + kTagSize) {
     return CRY_E_BAD_TEXT;
   }
-  KeyLocation where;
-  int status = Locate(nullptr, &where);
-  if (status != CRY_OK) return status;
   Key key;
-  status = Keys().Get(where, false, &key);
+  int status = KeyFor(nullptr, false, &key);
   if (status != CRY_OK) return status;
 
   const std::span<const uint8_t> all(sealed);

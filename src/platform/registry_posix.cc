@@ -338,26 +338,10 @@ class FileRegistry final : public Registry {
   }
 
   long DeleteKey(const std::string& path, uint32_t /*access: one view*/) override {
-    return ModifyHive(file_, [&](RegTree* tree, bool* changed) {
-      RegTree::KeyId id = RegTree::kRoot;
-      if (!tree->FindKey(path, &id)) return kRegFileNotFound;
-      if (id == RegTree::kRoot || tree->HasSubKeys(id)) return kRegAccessDenied;
-      tree->DeleteKey(id);
-      *changed = true;
-      return kRegSuccess;
-    });
+    return Delete(path, false);
   }
 
-  long DeleteTree(const std::string& path) override {
-    return ModifyHive(file_, [&](RegTree* tree, bool* changed) {
-      RegTree::KeyId id = RegTree::kRoot;
-      if (!tree->FindKey(path, &id)) return kRegFileNotFound;
-      if (id == RegTree::kRoot) return kRegAccessDenied;
-      tree->DeleteKey(id);  // with its subtree
-      *changed = true;
-      return kRegSuccess;
-    });
-  }
+  long DeleteTree(const std::string& path) override { return Delete(path, true); }
 
   long ReplaceValues(const std::string& path, const std::vector<RegValue>& values) override {
     for (const RegValue& value : values) {
@@ -378,6 +362,19 @@ class FileRegistry final : public Registry {
   }
 
  private:
+  // Deletes the key at `path`, with its subkeys when `subtree` (else a key
+  // that has some is refused); never the root.
+  long Delete(const std::string& path, bool subtree) {
+    return ModifyHive(file_, [&](RegTree* tree, bool* changed) {
+      RegTree::KeyId id = RegTree::kRoot;
+      if (!tree->FindKey(path, &id)) return kRegFileNotFound;
+      if (id == RegTree::kRoot || (!subtree && tree->HasSubKeys(id))) return kRegAccessDenied;
+      tree->DeleteKey(id);
+      *changed = true;
+      return kRegSuccess;
+    });
+  }
+
   const std::string file_;
 };
 

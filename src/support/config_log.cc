@@ -87,8 +87,7 @@ void ConfigLog::Write(Channel channel, std::string_view formatted) {
   }
   std::string expanded;
   std::string_view text = formatted;
-  if (formatted.find('%') != std::string_view::npos &&
-      formatted.find("%%") != std::string_view::npos) {
+  if (formatted.find("%%") != std::string_view::npos) {
     expanded = ExpandPercentPairs(formatted);
     text = expanded;
   }
@@ -98,7 +97,7 @@ void ConfigLog::Write(Channel channel, std::string_view formatted) {
   std::fwrite(text.data(), 1, text.size(), log_.get());
   // A run that is killed still leaves the log of all but its last moments.
   // The clock is read every few lines: the scan writes thousands of them.
-  if (++unflushed_lines_ % 16 != 0) return;
+  if (++lines_written_ % 16 != 0) return;
   const auto now = std::chrono::steady_clock::now();
   if (now - flushed_ >= std::chrono::milliseconds(kFlushIntervalMs)) {
     std::fflush(log_.get());

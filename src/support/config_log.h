@@ -82,8 +82,8 @@ class ConfigLog {
   platform::File log_;
   std::FILE* files_[3] = {};  // ini, include, bat
   std::chrono::steady_clock::time_point flushed_;
-  unsigned unflushed_lines_ = 0;
-  std::string line_;  // the line being formatted; its storage serves every line
+  unsigned lines_written_ = 0;  // to the log, for reading the clock every few
+  std::string line_;            // the line being formatted; its storage serves every line
 };
 
 inline constexpr int kFlushIntervalMs = 100;
