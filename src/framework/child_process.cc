@@ -1,7 +1,8 @@
 #include "framework/child_process.h"
 
-#include <cstdio>
 #include <utility>
+
+#include "platform/files.h"
 
 namespace VFW {
 
@@ -27,7 +28,7 @@ bool Process::start() {
   // Whatever this process has buffered reaches its files first: the log of a
   // run then shows everything up to the tool's start, however long the tool
   // takes or however the run ends while it waits.
-  std::fflush(nullptr);
+  platform::FlushAll();
   if (child_ == nullptr || !child_->Start()) return false;
   stdin_.child_ = stdout_.child_ = stderr_.child_ = child_.get();
   return true;

@@ -2,6 +2,8 @@
 // replacement over the backend's calls, and whole-file reading and writing.
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +34,12 @@ const FileSystemCalls kSystemCalls = {internal::SystemOpen,
 // Replaced only by tests, before any other thread works with files.
 FileSystemCalls g_calls = kSystemCalls;
 
+// Never destroyed: FlushAll runs at exit, perhaps after static objects are gone.
+std::vector<void (*)()>& Flushers() {
+  static auto* const flushers = new std::vector<void (*)()>;
+  return *flushers;
+}
+
 constexpr std::string_view kTemporaryMark = ".sqxa-";
 constexpr std::string_view kTemporaryEnd = ".tmp";
 
@@ -56,6 +64,17 @@ int CreateTemporary(const std::string& target, bool text, std::string* temporary
 }
 
 }  // namespace
+
+void AddFlusher(void (*flush)()) {
+  std::vector<void (*)()>& flushers = Flushers();
+  if (flushers.empty()) (void)std::atexit(FlushAll);
+  flushers.push_back(flush);
+}
+
+void FlushAll() {
+  for (void (*flush)() : Flushers()) flush();
+  std::fflush(nullptr);
+}
 
 void RemoveStaleTemporaries(const std::string& directory, const std::string& target_name) {
   const std::string prefix = target_name + std::string(kTemporaryMark);

@@ -42,6 +42,12 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 // process starts, when this is called and when the process exits; not after
 // every file, since a put writes three files in one directory.
 void SyncChangedDirectories();
+// Writers that keep text in buffers of their own, outside the C library's
+// streams, register how to put it out. FlushAll puts out every stream and
+// those buffers; it runs before a child process starts (so that a log shows
+// everything up to the child's start however long it runs) and at exit.
+void AddFlusher(void (*flush)());
+void FlushAll();
 // The names in a directory, without "." and "..", in no set order.
 [[nodiscard]] int ListDirectory(const std::string& path, std::vector<std::string>* names);
 

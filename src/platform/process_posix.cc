@@ -3,14 +3,17 @@
 // signals the failure back before it would exit), so Start answers false rather
 // than the caller seeing a child that exits 127.
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -183,10 +186,15 @@ class PosixProcess final : public Process {
 
  private:
   // Whether the child ends within `limit_ms`; when it does, it is left to be
-  // reaped. Polls with growing pauses, so that a
-  // quick child costs next to no waiting.
+  // reaped. The end is waited for on a descriptor of the child, so that it is
+  // seen the moment it comes; a kernel without such descriptors is asked with
+  // growing pauses instead.
   bool WaitWithin(unsigned limit_ms) const {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
+    Fd child;
+#ifdef SYS_pidfd_open
+    child.Reset(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
+#endif
     auto pause = std::chrono::microseconds(100);
     for (;;) {
       siginfo_t info{};
@@ -194,7 +202,14 @@ class PosixProcess final : public Process {
           info.si_pid == pid_) {
         return true;
       }
-      if (std::chrono::steady_clock::now() >= deadline) return false;
+      const auto left =
+          std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+      if (left.count() <= 0) return false;
+      if (child.get() >= 0) {
+        pollfd ended{child.get(), POLLIN, 0};
+        (void)poll(&ended, 1, static_cast<int>(std::min<int64_t>(left.count(), INT32_MAX)));
+        continue;  // ended, interrupted or out of time: the next round tells
+      }
       std::this_thread::sleep_for(pause);
       pause = std::min(pause * 2, std::chrono::microseconds(20000));
     }

@@ -1,23 +1,45 @@
 #include "support/config_log.h"
 
+#include <algorithm>
 #include <cstdarg>
+#include <cstring>
 #include <ctime>
+#include <vector>
 
+#include "platform/files.h"
 #include "platform/private_file.h"
 #include "platform/text_format.h"
 
 namespace support {
 
+namespace {
+
+constexpr size_t kBlock = 1 << 16;
+
+// The logs open in this process, written out before a child starts and at exit.
+// Never destroyed: the flush at exit may come after static objects are gone.
+std::vector<ConfigLog*>& OpenLogs() {
+  static auto* const logs = new std::vector<ConfigLog*>;
+  return *logs;
+}
+
+void FlushOpenLogs() {
+  for (ConfigLog* log : OpenLogs()) log->Flush();
+}
+
+}  // namespace
+
+ConfigLog::~ConfigLog() { CloseLog(); }
+
 int ConfigLog::OpenLog(const std::string& path, int* error) {
+  CloseLog();
   log_name_ = path;
-  log_.reset();
   const int status = platform::OpenPrivateLog(path, &log_);
   if (status == 0) {
-    // Written in blocks: one write per line made a run's log cost more than
-    // the rest of the run.
-    constexpr size_t kBlock = 1 << 16;
-    if (log_buffer_ == nullptr) log_buffer_ = std::make_unique<char[]>(kBlock);
-    std::setvbuf(log_.get(), log_buffer_.get(), _IOFBF, kBlock);
+    static const bool registered = (platform::AddFlusher(FlushOpenLogs), true);
+    (void)registered;
+    OpenLogs().push_back(this);
+    block_.reserve(kBlock + 4096);
     flushed_ = std::chrono::steady_clock::now();
   }
   if (error != nullptr) *error = status;
@@ -25,7 +47,11 @@ int ConfigLog::OpenLog(const std::string& path, int* error) {
 }
 
 void ConfigLog::CloseLog() {
-  Flush();
+  if (log_ != nullptr) {
+    Flush();
+    std::vector<ConfigLog*>& logs = OpenLogs();
+    logs.erase(std::remove(logs.begin(), logs.end(), this), logs.end());
+  }
   log_.reset();
   log_name_.clear();
 }
@@ -37,7 +63,7 @@ void ConfigLog::LogTimestamped(const char* text) {
   char stamp[32] = "\n";
   // The asctime form: "Wed Jan 02 02:03:55 1980\n".
   if (local != nullptr) std::strftime(stamp, sizeof stamp, "%a %b %d %H:%M:%S %Y\n", local);
-  std::fprintf(log_.get(), "\n%s%s", stamp, text);
+  block_.append("\n").append(stamp).append(text);
 }
 
 int ConfigLog::FileSlot(Channel channel) {
@@ -71,8 +97,14 @@ void ConfigLog::Output(Channel channel, const char* format, ...) {
 
 void ConfigLog::OutputV(Channel channel, const char* format, std::va_list args) {
   if (!Receives(channel)) return;
-  platform::vformat_to(&line_, format, args);
-  Write(channel, line_);
+  if (const int slot = FileSlot(channel); slot >= 0) {
+    platform::vformat_to(&line_, format, args);
+    std::fwrite(line_.data(), 1, line_.size(), files_[slot]);
+    return;
+  }
+  const size_t start = block_.size();
+  platform::vformat_append(&block_, format, args);
+  Logged(channel, start);
 }
 
 bool ConfigLog::Receives(Channel channel) const {
@@ -85,28 +117,46 @@ void ConfigLog::Write(Channel channel, std::string_view formatted) {
     if (files_[slot] != nullptr) std::fwrite(formatted.data(), 1, formatted.size(), files_[slot]);
     return;
   }
-  std::string expanded;
-  std::string_view text = formatted;
-  if (formatted.find("%%") != std::string_view::npos) {
-    expanded = ExpandPercentPairs(formatted);
-    text = expanded;
+  const size_t start = block_.size();
+  block_.append(formatted);
+  Logged(channel, start);
+}
+
+void ConfigLog::Logged(Channel channel, size_t start) {
+  const char* text = block_.data() + start;
+  // The log is text: it ends at a NUL.
+  if (const void* nul = std::memchr(text, '\0', block_.size() - start); nul != nullptr) {
+    block_.resize(static_cast<size_t>(static_cast<const char*>(nul) - block_.data()));
   }
-  text = text.substr(0, text.find('\0'));  // the log is text: it ends at a NUL
-  if (channel == Channel::kLog && console_ != 0) std::fwrite(text.data(), 1, text.size(), stdout);
-  if (log_ == nullptr) return;
-  std::fwrite(text.data(), 1, text.size(), log_.get());
+  if (std::memchr(text, '%', block_.size() - start) != nullptr) {
+    const std::string expanded = ExpandPercentPairs(std::string_view(block_).substr(start));
+    block_.replace(start, std::string::npos, expanded);
+  }
+  if (channel == Channel::kLog && console_ != 0) {
+    std::fwrite(block_.data() + start, 1, block_.size() - start, stdout);
+  }
+  if (log_ == nullptr) {
+    block_.resize(start);
+    return;
+  }
+  if (block_.size() >= kBlock) {
+    Flush();
+    return;
+  }
   // A run that is killed still leaves the log of all but its last moments.
   // The clock is read every few lines: the scan writes thousands of them.
-  if (++lines_written_ % 16 != 0) return;
-  const auto now = std::chrono::steady_clock::now();
-  if (now - flushed_ >= std::chrono::milliseconds(kFlushIntervalMs)) {
-    std::fflush(log_.get());
-    flushed_ = now;
+  if (++lines_written_ % 16 == 0 &&
+      std::chrono::steady_clock::now() - flushed_ >= std::chrono::milliseconds(kFlushIntervalMs)) {
+    Flush();
   }
 }
 
 void ConfigLog::Flush() {
-  if (log_ != nullptr) std::fflush(log_.get());
+  if (log_ == nullptr) return;
+  if (!block_.empty()) std::fwrite(block_.data(), 1, block_.size(), log_.get());
+  block_.clear();
+  std::fflush(log_.get());
+  flushed_ = std::chrono::steady_clock::now();
 }
 
 const char* MaskedSecret(const std::string& secret) { return secret.empty() ? "" : kMask; }

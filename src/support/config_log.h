@@ -18,7 +18,6 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -38,6 +37,9 @@ enum class Channel : int {
 class ConfigLog {
  public:
   explicit ConfigLog(int console) : console_(console) {}
+  ConfigLog(const ConfigLog&) = delete;
+  ConfigLog& operator=(const ConfigLog&) = delete;
+  ~ConfigLog();
 
   // Opens `path` for appending, created readable by its owner alone when
   // absent and never through a symbolic link; 1 when open, else 0 (with the
@@ -61,8 +63,8 @@ class ConfigLog {
   // what nobody would read.
   [[nodiscard]] bool Receives(Channel channel) const;
   // Writes out what the log holds. The log is written in blocks, and flushed
-  // at least every kFlushIntervalMs, before a child process starts and when
-  // it is closed.
+  // at least every kFlushIntervalMs, before a child process starts, when it is
+  // closed and at exit.
   void Flush();
 
   // The stream of a file channel (2, 3 or 22); not owned: whoever opens the
@@ -73,17 +75,21 @@ class ConfigLog {
  private:
   // The index of a file channel in files_, or -1 for the log channels.
   static int FileSlot(Channel channel);
+  // Finishes the text of the log channels that block_ holds from `start` on:
+  // "%%" expanded, cut at a NUL, shown on the console, written out when due.
+  void Logged(Channel channel, size_t start);
 
   int console_;
   std::string log_name_;
-  // The log's buffer: the C library takes a size only with a buffer given, and
-  // its own would be a page. Declared before the log, which is closed first.
-  std::unique_ptr<char[]> log_buffer_;
   platform::File log_;
+  // The log's text not yet written: lines are formatted straight into it and
+  // written a block at a time, which costs a run's thousands of lines a
+  // handful of writes.
+  std::string block_;
   std::FILE* files_[3] = {};  // ini, include, bat
   std::chrono::steady_clock::time_point flushed_;
   unsigned lines_written_ = 0;  // to the log, for reading the clock every few
-  std::string line_;            // the line being formatted; its storage serves every line
+  std::string line_;            // a file channel's line; its storage serves every line
 };
 
 inline constexpr int kFlushIntervalMs = 100;

@@ -195,10 +195,13 @@ TEST_F(ConfigLogTest, ChannelsRouteTextAndOnlyTheLogChannelsExpandPercentPairs) 
   log.SetConsole(1);
   EXPECT_EQ(Capture([&] { log.Output(Channel::kLog, "%s\n", "shown 50%%"); }).out, "shown 50%\n");
   EXPECT_EQ(Capture([&] { log.Output(Channel{9}, "not shown\n"); }).out, "");
+  log.Write(Channel::kLog, std::string_view("cut 1%%\0 at the NUL\n", 21));
   std::fclose(ini);
   log.SetStream(Channel::kIni, nullptr);
+  // What a child started now would see: the log kept up to this line.
+  platform::FlushAll();
+  EXPECT_EQ(Read("dbcfg_inst1.log"), "name a%n%s 100%\nseven 7%\nshown 50%\nnot shown\ncut 1%");
   log.CloseLog();
-  EXPECT_EQ(Read("dbcfg_inst1.log"), "name a%n%s 100%\nseven 7%\nshown 50%\nnot shown\n");
   EXPECT_EQ(Read("x.ini"), "COLL_HOME=C:\\100%%\n");
   EXPECT_EQ(support::ExpandPercentPairs("100%% %s %n %%%"), "100% %s %n %%");
   EXPECT_EQ(support::ExpandPercentPairs("%"), "%");
