@@ -15,7 +15,9 @@
 //   (reg_file_reader.cc; its key lookup in reg_file_index.cc).
 // - RegTree holds the whole hive in order, takes changes and writes it back as
 //   a version 5 UTF-8 file that RegFile reads back to the same keys and values
-//   (reg_file_writer.cc).
+//   (reg_file_writer.cc). A writer changes a key or two of a file: the tree
+//   reads a key's values only when they are asked for or changed, and writes
+//   the value lines of the keys left alone back as the file has them.
 //
 // Values are in the text form of registry.h (reg_value_text.h). Key and value
 // names compare without regard to the case of ASCII letters (reg_key_path.h).
@@ -66,6 +68,12 @@ class RegFile {
   [[nodiscard]] std::vector<KeyId> SubKeys(KeyId key) const;
   // The values in the order they first appear, parsed now from the key's sections.
   [[nodiscard]] std::vector<RegValue> Values(KeyId key) const;
+  // The key's value lines as the file holds them, for a key whose lines,
+  // copied into a version 5 file of CRLF lines, read back as Values(key): the
+  // file is of version 5 and the key has at most one section, whose lines all
+  // end in CRLF. Blank lines and comments after the last value are left out.
+  // False for any other key.
+  [[nodiscard]] bool ValueLines(KeyId key, std::string_view* lines) const;
 
  private:
   static constexpr uint32_t kNone = 0xFFFFFFFF;
@@ -86,6 +94,7 @@ class RegFile {
     uint32_t begin = 0;       // offset of the first line after the header
     uint32_t first_line = 0;  // its number
     uint32_t next = kNone;    // the key's next section
+    uint32_t end = 0;         // offset after its last value line (begin when none)
   };
   struct Slot {
     uint32_t hash = 0;  // the low bits of the hash of (parent, folded name)
@@ -140,7 +149,12 @@ class RegTree {
   static constexpr KeyId kRoot = 0;
 
   RegTree();  // an empty hive
+  // Reads the values of every key now; the tree does not refer to `file` later.
   explicit RegTree(const RegFile& file);
+  // Keeps `file` and reads a key's values when they are first asked for or
+  // changed; Serialize writes the value lines of the keys not changed as
+  // `file` has them (RegFile::ValueLines).
+  explicit RegTree(std::shared_ptr<const RegFile> file);
 
   [[nodiscard]] bool FindKey(std::string_view path, KeyId* key) const;
   // Finds or creates the key and any missing parents. False (nothing created)
@@ -151,26 +165,39 @@ class RegTree {
   // Removes the key with its values (and any subkeys). Not the root.
   void DeleteKey(KeyId key);
 
-  [[nodiscard]] const std::vector<RegValue>& Values(KeyId key) const;
+  // Reads the values from the file the first time.
+  [[nodiscard]] const std::vector<RegValue>& Values(KeyId key);
   [[nodiscard]] std::vector<std::string> SubKeyNames(KeyId key) const;
   // Creates the value or replaces it in place. False (nothing changed) when the
   // data does not fit the type (RegStoredFromText) or the name holds a line feed.
   [[nodiscard]] bool SetValue(KeyId key, const RegValue& value);
   // False when there is no such value.
   [[nodiscard]] bool DeleteValue(KeyId key, std::string_view name);
+  // Removes every value, without reading them first.
+  void ClearValues(KeyId key);
 
   // The hive as a "Windows Registry Editor Version 5.00" UTF-8 file, CRLF lines.
   [[nodiscard]] std::string Serialize() const;
 
  private:
+  static constexpr RegFile::KeyId kRead = 0xFFFFFFFF;
   struct Key {
-    std::string name;
+    std::string name{};
     KeyId parent = 0;
-    std::vector<KeyId> children;
-    std::vector<RegValue> values;
+    std::vector<KeyId> children{};
+    std::vector<RegValue> values{};  // once read
+    RegFile::KeyId unread = kRead;   // else the key of file_ whose values are still to be read
+    bool as_read = false;            // the values are those of `lines`, which are written
+    std::string_view lines{};        // in file_ (RegFile::ValueLines)
   };
+  void CopyKeys(const RegFile& file, bool keep_lines);
   [[nodiscard]] bool FindChild(KeyId parent, std::string_view name, KeyId* child) const;
+  // The key's values, read now if they were not; `change` when they are about
+  // to change, so that they are written from then on.
+  std::vector<RegValue>& Read(KeyId key, bool change);
+  [[nodiscard]] size_t SizeHint() const;
 
+  std::shared_ptr<const RegFile> file_;  // null, or what `lines` point into
   std::vector<Key> keys_;
 };
 

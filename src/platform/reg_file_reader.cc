@@ -143,6 +143,7 @@ bool RegFile::Index(size_t start, RegFileError* error) {
   sections_.reserve(text_.size() / 128 + 1);
 
   bool in_section = false;  // a key header came before
+  uint32_t open = kNone;    // the section of the lines read, or none (another root)
   while (!cursor.AtEnd()) {
     const std::string_view line = reg::TrimLeft(cursor.Next());
     if (line.empty() || line[0] == ';') continue;
@@ -150,9 +151,12 @@ bool RegFile::Index(size_t start, RegFileError* error) {
     if (line[0] == '"' || line[0] == '@') {
       message = in_section ? reg::ParseValueLine(line, &cursor, utf16_data_, nullptr)
                            : "value line before any key";
+      if (open != kNone) sections_[open].end = static_cast<uint32_t>(cursor.position());
     } else if (line[0] == '[') {
       in_section = true;
+      const size_t sections = sections_.size();
       message = IndexKeyHeader(line, cursor.position(), cursor.line() + 1);
+      open = sections_.size() != sections ? static_cast<uint32_t>(sections) : kNone;
     } else {
       message = "unrecognized line";
     }
@@ -186,7 +190,8 @@ const char* RegFile::IndexKeyHeader(std::string_view line, size_t begin, uint64_
 
 void RegFile::AddSection(KeyId key, size_t begin, uint64_t first_line) {
   const auto section = static_cast<uint32_t>(sections_.size());
-  sections_.push_back({static_cast<uint32_t>(begin), static_cast<uint32_t>(first_line), kNone});
+  sections_.push_back({static_cast<uint32_t>(begin), static_cast<uint32_t>(first_line), kNone,
+                       static_cast<uint32_t>(begin)});
   Node& node = nodes_[key];
   if (node.last_section == kNone) {
     node.first_section = section;
@@ -214,10 +219,9 @@ std::vector<RegValue> RegFile::Values(KeyId key) const {
   ValueIndex by_name(values, removed);
   for (uint32_t id = nodes_[key].first_section; id != kNone; id = sections_[id].next) {
     const Section& section = sections_[id];
-    reg::LineCursor cursor(text_, section.begin, text_.size(), section.first_line);
+    reg::LineCursor cursor(text_, section.begin, section.end, section.first_line);
     while (!cursor.AtEnd()) {
       const std::string_view line = reg::TrimLeft(cursor.Next());
-      if (!line.empty() && line[0] == '[') break;  // the next section
       if (line.empty() || (line[0] != '"' && line[0] != '@')) continue;
       reg::ValueLine parsed;
       if (reg::ParseValueLine(line, &cursor, utf16_data_, &parsed) != nullptr)
@@ -237,6 +241,25 @@ std::vector<RegValue> RegFile::Values(KeyId key) const {
   }
   DropRemoved(removed, &values);
   return values;
+}
+
+// A REGEDIT4 file's hex(1), hex(2) and hex(7) data would read otherwise in the
+// version 5 file written; the values of a key of several sections are merged;
+// and lines ending in LF alone would leave the written file with mixed ends.
+bool RegFile::ValueLines(KeyId key, std::string_view* lines) const {
+  const Node& node = nodes_[key];
+  *lines = {};
+  if (node.first_section == kNone) return true;
+  if (!utf16_data_ || node.first_section != node.last_section) return false;
+  const Section& section = sections_[node.first_section];
+  const std::string_view text = text_.substr(section.begin, section.end - section.begin);
+  if (!text.empty() && text.back() != '\n') return false;  // the file's last line, without an end
+  for (size_t feed = text.find('\n'); feed != std::string_view::npos;
+       feed = text.find('\n', feed + 1)) {
+    if (feed == 0 || text[feed - 1] != '\r') return false;
+  }
+  *lines = text;
+  return true;
 }
 
 }  // namespace platform

@@ -6,8 +6,9 @@
 // the file cache, where reading a large file into fresh memory costs more than
 // indexing it. The system's writers never change a file in place (they replace
 // it), so a mapped version stays whole for as long as it is mapped. Writers take the file's lock,
-// re-read and parse it whole, apply their change and replace the file atomically: readers never see
-// half a file, and two writers never lose each other's change.
+// re-read and check it whole, apply their change and replace the file atomically: readers never see
+// half a file, and two writers never lose each other's change. What a writer does not change it
+// copies from the mapped file.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -188,10 +189,10 @@ long ModifyHive(const std::string& path, Change change) {
   std::unique_ptr<MappedFile> mapped = MappedFile::Map(path);
   if (mapped == nullptr && errno != ENOENT) return kRegCannotWrite;
   if (mapped != nullptr) {
-    RegFile file;
+    auto file = std::make_shared<RegFile>();
     RegFileError error;
-    if (!file.Load(std::move(mapped), &error)) return kRegBadDatabase;  // never rewritten
-    tree = RegTree(file);
+    if (!file->Load(std::move(mapped), &error)) return kRegBadDatabase;  // never rewritten
+    tree = RegTree(std::move(file));  // reads only the keys the change looks at
   }
   const long status = change(&tree, &changed);
   if (status != kRegSuccess || !changed) return status;
@@ -351,8 +352,7 @@ class FileRegistry final : public Registry {
       RegTree::KeyId id = RegTree::kRoot;
       if (!tree->CreateKey(path, &id, changed)) return kRegInvalidParameter;
       if (id == RegTree::kRoot) return kRegInvalidParameter;
-      const std::vector<RegValue> old = tree->Values(id);
-      for (const RegValue& value : old) (void)tree->DeleteValue(id, value.name);
+      tree->ClearValues(id);
       for (const RegValue& value : values) {
         if (!tree->SetValue(id, value)) return kRegInvalidParameter;
       }

@@ -329,6 +329,35 @@ TEST_F(RegistryFileTest, TheFileAsItIsNowIsTheRegistry) {
   EXPECT_EQ(SubKeysOf("Software"), (Names{"Empty", "Odd \"[names]"}));
 }
 
+// A writer renders the key it changes and copies the value lines of the others
+// as they were, but renders a key whose lines would read otherwise in the file
+// written: a REGEDIT4 file's text in hex(2), LF line ends, several sections.
+TEST_F(RegistryFileTest, ChangingAKeyKeepsTheTextOfTheOthersWhereItReadsTheSame) {
+  const std::string kOut = kV5 + "\r\n[HKEY_LOCAL_MACHINE\\", kB = "B]\r\n\"v\"=\"new\"\r\n\r\n";
+  const std::pair<std::string, std::string> cases[] = {
+      {kV5 + "\r\n[HKLM\\A]\r\n\"Bin\"=hex:01,02,\\\r\n  03\r\n; kept\r\n\"s\" = \"x\" ; note\r\n"
+             "\"w\"=hex:04,\\\r\n  \r\n\r\n[HKEY_CURRENT_USER\\A]\r\n\"u\"=\"1\"\r\n[HKLM\\B]\r\n"
+             "\"old\"=\"1\"\r\n[HKLM\\C]\r\n@=dword:2a\r\n; dropped\r\n\r\n",
+       kOut +
+           "A]\r\n\"Bin\"=hex:01,02,\\\r\n  03\r\n; kept\r\n\"s\" = \"x\" ; note\r\n"
+           "\"w\"=hex:04,\\\r\n  \r\n\r\n[HKEY_LOCAL_MACHINE\\" +
+           kB + "[HKEY_LOCAL_MACHINE\\C]\r\n@=dword:2a\r\n\r\n"},
+      {"REGEDIT4\r\n[HKLM\\A]\r\n\"e\"=hex(2):41,00\r\n[HKLM\\B]\r\n",
+       kOut + "A]\r\n\"e\"=hex(2):41,00,00,00\r\n\r\n[HKEY_LOCAL_MACHINE\\" + kB},
+      {"Windows Registry Editor Version 5.00\n[HKLM\\A]\n\"s\" = \"x\"\n[HKLM\\B]\n",
+       kOut + "A]\r\n\"s\"=\"x\"\r\n\r\n[HKEY_LOCAL_MACHINE\\" + kB},
+      {kV5 + "[HKLM\\A]\r\n\"x\"=\"1\"\r\n[HKLM\\B]\r\n[hklm\\a]\r\n\"y\" = \"2\"\r\n[HKLM\\D]\r\n"
+             "\"gone\"=\"1\"\r\n[-HKLM\\D]\r\n[HKLM\\D]\r\n\"z\" = \"3\"\r\n",
+       kOut + "A]\r\n\"x\"=\"1\"\r\n\"y\"=\"2\"\r\n\r\n[HKEY_LOCAL_MACHINE\\" + kB +
+           "[HKEY_LOCAL_MACHINE\\D]\r\n\"z\" = \"3\"\r\n\r\n"},
+  };
+  for (const auto& [before, after] : cases) {
+    UseRegistry(before);
+    ASSERT_EQ(Connect()->ReplaceValues("B", {{"v", kRegSz, "new"}}), kRegSuccess) << before;
+    EXPECT_EQ(FileText(), after) << before;
+  }
+}
+
 TEST_F(RegistryFileTest, ConcurrentWritersKeepEveryChangeAndReadersSeeWholeFiles) {
   const std::string shared = kTest + "\\Shared";
   UseRegistry(kV5 + "[HKLM\\" + shared + "]\r\n");
