@@ -39,6 +39,9 @@ int ConfigLog::OpenLog(const std::string& path, int* error) {
     static const bool registered = (platform::AddFlusher(FlushOpenLogs), true);
     (void)registered;
     OpenLogs().push_back(this);
+    // The block is the buffer: the C library's own would split each block's
+    // write in three.
+    std::setvbuf(log_.get(), nullptr, _IONBF, 0);
     block_.reserve(kBlock + 4096);
     flushed_ = std::chrono::steady_clock::now();
   }
