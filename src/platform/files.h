@@ -44,8 +44,9 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 void SyncChangedDirectories();
 // Writers that keep text in buffers of their own, outside the C library's
 // streams, register how to put it out. FlushAll puts out every stream and
-// those buffers; it runs before a child process starts (so that a log shows
-// everything up to the child's start however long it runs) and at exit.
+// those buffers; the framework runs it before it starts a child process (so
+// that a log shows everything up to the child's start however long it runs),
+// and it runs at exit.
 void AddFlusher(void (*flush)());
 void FlushAll();
 // The names in a directory, without "." and "..", in no set order.
