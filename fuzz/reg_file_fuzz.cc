@@ -1,8 +1,10 @@
 // Arbitrary bytes as a registry file. Indexing them, finding and enumerating
 // every key, and writing the hive back must never crash, hang or overrun; and
-// what is written must read back and write again to the same bytes.
+// what is written must read back and write again to the same bytes, also when
+// the writer keeps the lines of the keys as they were.
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,5 +33,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   RegFile again;
   if (!again.Load(written, &error)) __builtin_trap();
   if (platform::RegTree(again).Serialize() != written) __builtin_trap();
+
+  // A writer keeping the lines of the keys it leaves alone writes a file that
+  // holds the same hive.
+  auto kept = std::make_shared<RegFile>();
+  if (!kept->Load(std::string(reinterpret_cast<const char*>(data), size), &error)) __builtin_trap();
+  RegFile copied;
+  if (!copied.Load(platform::RegTree(std::shared_ptr<const RegFile>(kept)).Serialize(), &error) ||
+      platform::RegTree(copied).Serialize() != written) {
+    __builtin_trap();
+  }
   return 0;
 }
