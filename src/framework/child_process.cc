@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "platform/files.h"
-
 namespace VFW {
 
 bool Process::InputPipe::write(std::string_view data) {
@@ -24,11 +22,10 @@ Process::Process(std::string program, std::vector<std::string> arguments)
   stderr_.errors_ = true;
 }
 
+// The platform's Start puts out what this process has buffered first: the log
+// of a run then shows everything up to the tool's start, however long the tool
+// takes or however the run ends while it waits.
 bool Process::start() {
-  // Whatever this process has buffered reaches its files first: the log of a
-  // run then shows everything up to the tool's start, however long the tool
-  // takes or however the run ends while it waits.
-  platform::FlushAll();
   if (child_ == nullptr || !child_->Start()) return false;
   stdin_.child_ = stdout_.child_ = stderr_.child_ = child_.get();
   return true;

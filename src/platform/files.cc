@@ -66,15 +66,24 @@ int CreateTemporary(const std::string& target, bool text, std::string* temporary
 }  // namespace
 
 void AddFlusher(void (*flush)()) {
-  std::vector<void (*)()>& flushers = Flushers();
-  if (flushers.empty()) (void)std::atexit(FlushAll);
-  flushers.push_back(flush);
+  internal::FlushAllAtExit();
+  Flushers().push_back(flush);
 }
 
 void FlushAll() {
   for (void (*flush)() : Flushers()) flush();
   std::fflush(nullptr);
+  SyncChangedDirectories();
 }
+
+namespace internal {
+
+void FlushAllAtExit() {
+  static const bool registered = std::atexit(FlushAll) == 0;
+  (void)registered;
+}
+
+}  // namespace internal
 
 void RemoveStaleTemporaries(const std::string& directory, const std::string& target_name) {
   const std::string prefix = target_name + std::string(kTemporaryMark);

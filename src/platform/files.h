@@ -43,10 +43,10 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 // every file, since a put writes three files in one directory.
 void SyncChangedDirectories();
 // Writers that keep text in buffers of their own, outside the C library's
-// streams, register how to put it out. FlushAll puts out every stream and
-// those buffers; the framework runs it before it starts a child process (so
-// that a log shows everything up to the child's start however long it runs),
-// and it runs at exit.
+// streams, register how to put it out. FlushAll puts out those buffers and
+// every stream, then syncs the changed directories: what this process has
+// written reaches its files, and what it has published is durable, before a
+// child process starts (Process::Start runs it) and at exit.
 void AddFlusher(void (*flush)());
 void FlushAll();
 // The names in a directory, without "." and "..", in no set order.

@@ -41,5 +41,7 @@ namespace platform::internal {
 // Notes that the directory holding `native_path` has a new entry to sync
 // (see SyncChangedDirectories).
 void SyncDirectoryLater(const std::string& native_path);
+// Has FlushAll run at exit (once, however often this is called).
+void FlushAllAtExit();
 
 }  // namespace platform::internal

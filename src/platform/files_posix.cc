@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -44,15 +43,17 @@ bool DirectoryExists(const std::string& path) {
 
 namespace {
 
+// Both never destroyed: the directories are synced at exit, perhaps
+// after static objects are gone.
 std::mutex& ChangedLock() {
-  static std::mutex lock;
-  return lock;
+  static auto* const lock = new std::mutex;
+  return *lock;
 }
 
 // The directories with entries not yet synced.
 std::vector<std::string>& ChangedDirectories() {
-  static std::vector<std::string> directories;
-  return directories;
+  static auto* const directories = new std::vector<std::string>;
+  return *directories;
 }
 
 }  // namespace
@@ -151,8 +152,7 @@ void SyncDirectoryLater(const std::string& native_path) {
   if (std::find(changed.begin(), changed.end(), directory) == changed.end()) {
     changed.push_back(std::move(directory));
   }
-  static const bool at_exit = std::atexit(SyncChangedDirectories) == 0;
-  (void)at_exit;
+  FlushAllAtExit();
 }
 
 int SystemSync(std::FILE* file) { return fsync(fileno(file)) == 0 ? 0 : errno; }

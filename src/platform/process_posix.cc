@@ -95,8 +95,9 @@ class PosixProcess final : public Process {
 
   bool Start() override {
     if (pid_ > 0) return false;
-    // What this run has published is durable before another program acts on it.
-    SyncChangedDirectories();
+    // What this run has written is in its files, and durable, before another
+    // program acts on it.
+    FlushAll();
     IgnoreBrokenPipes();
     Pipe in, out, err;
     if (!in.Open() || !out.Open() || !err.Open()) return false;

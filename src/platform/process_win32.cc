@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/files.h"
 #include "platform/process.h"
 #include "platform/process_output.h"
 
@@ -99,6 +100,9 @@ class Win32Process final : public Process {
 
   bool Start() override {
     if (process_.get() != nullptr) return false;
+    // What this run has written is in its files before another program acts
+    // on it.
+    FlushAll();
     Handle child_in, child_out, child_err, out, err;
     if (!OpenPipe(&child_in, &stdin_, true) || !OpenPipe(&child_out, &out, false) ||
         !OpenPipe(&child_err, &err, false)) {
